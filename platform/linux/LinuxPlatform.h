@@ -1,0 +1,64 @@
+#pragma once
+// Controls of the Linux implementation of the host platform. The module never sees these; the
+// programs and tests that stand in for the phone use them to point the router's name at a
+// local address, choose the phone model, set the log level and capture log lines.
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <string>
+
+namespace linux_platform {
+
+// ---- host-name mapping (like curl's --connect-to) ----
+
+// From now on a connection to `name`:`port` goes to `address`:`toPort`. Names compare without
+// regard to case. A later mapping of the same name and port replaces the earlier one.
+void mapHost(const std::string& name, const std::string& port, const std::string& address, const std::string& toPort);
+// Parses "NAME:PORT:ADDRESS:PORT" and maps it; on a malformed text returns false with `error` set.
+// An IPv6 address is written in brackets: "fritz.box:80:[::1]:8080".
+bool mapHostFromText(const std::string& text, std::string& error);
+void clearHostMappings();
+// The address and port that a connection to `name`:`port` uses (the input itself when unmapped).
+void resolveMappedHost(const std::string& name, const std::string& port, std::string& address, std::string& toPort);
+
+// ---- HTTP limits and counters ----
+
+// Largest response body the HTTP client accepts; a longer one fails the read.
+constexpr std::size_t kMaxResponseBodyBytes = 16u * 1024u * 1024u;
+
+struct TransportStats {
+    std::uint64_t connectionsOpened = 0;  // TCP connections established by SecureConnection
+    std::uint64_t requestsSent = 0;       // HTTP requests written
+};
+TransportStats transportStats();
+void resetTransportStats();
+
+// ---- phone model ----
+
+enum class PhoneModel { Other, Tern, Gull, Wren };
+// The model answered by HardwareVersion. Until set, it comes from the environment variable
+// FRITZBOX_PHONE_MODEL (tern, gull, wren; anything else or unset means Other).
+void setPhoneModel(PhoneModel model);
+PhoneModel phoneModel();
+// "tern", "gull", "wren", "other" (case-insensitive); false for anything else.
+bool parsePhoneModel(const std::string& text, PhoneModel& model);
+
+// ---- logging ----
+
+// Lines up to this level are written; level 2 and below always. Until set, it comes from the
+// environment variable FRITZBOX_LOG_LEVEL (default 2).
+void setLogLevel(int level);
+int logLevel();
+
+struct LogRecord {
+    std::string module;
+    std::string sourcePath;
+    int level = 0;
+    int line = 0;
+    std::string message;
+};
+using LogSink = std::function<void(const LogRecord&)>;
+// Sends every written line to `sink` instead of stderr; an empty sink restores stderr.
+void setLogSink(LogSink sink);
+
+}  // namespace linux_platform

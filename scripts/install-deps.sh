@@ -1,0 +1,45 @@
+#!/usr/bin/env bash
+# Installs the Debian 12 packages that building, testing, fuzzing and benchmarking need.
+# It runs apt-get only when something is missing, so a second call costs a few dpkg queries.
+# Set SKIP_ARM=1 to leave out the 32-bit ARM cross toolchain and its emulator.
+set -euo pipefail
+
+native_packages=(
+  build-essential cmake ninja-build pkg-config
+  libcpp-httplib-dev nettle-dev libgtest-dev libgmock-dev googletest
+  libbenchmark-dev libcli11-dev libxml2-dev libxml2-utils
+  clang libclang-rt-14-dev clang-format
+)
+arm_packages=(
+  g++-arm-linux-gnueabihf qemu-user nettle-dev:armhf libc6:armhf libstdc++6:armhf
+)
+
+missing=()
+is_installed() { dpkg-query -W -f='${Status}' "$1" 2>/dev/null | grep -q '^install ok installed$'; }
+
+want=("${native_packages[@]}")
+if [ "${SKIP_ARM:-0}" != 1 ]; then
+  if ! dpkg --print-foreign-architectures | grep -qx armhf; then
+    echo "install-deps: adding the armhf architecture for the cross build"
+    dpkg --add-architecture armhf
+    need_update=1
+  fi
+  want+=("${arm_packages[@]}")
+fi
+
+for p in "${want[@]}"; do is_installed "$p" || missing+=("$p"); done
+if [ ${#missing[@]} -eq 0 ]; then
+  echo "install-deps: all packages present"
+  exit 0
+fi
+
+if [ "$(id -u)" != 0 ]; then
+  echo "install-deps: missing packages (${missing[*]}); run as root or install them first" >&2
+  exit 1
+fi
+echo "install-deps: installing ${missing[*]}"
+export DEBIAN_FRONTEND=noninteractive
+# A mirror in the middle of a sync can fail one index file; the others are still good, so a
+# failed update is tried once more and then the install goes ahead with what was fetched.
+apt-get update -qq || { sleep 5; apt-get update -qq; } || echo "install-deps: package index update incomplete, going on" >&2
+apt-get install -y -qq --no-install-recommends "${missing[@]}"
