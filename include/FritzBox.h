@@ -5,6 +5,7 @@
 // then getData() for the XSI-style document of that data set.
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -73,7 +74,7 @@ private:
     std::string m_phonebookXml;
     std::int32_t m_callListSize;
     std::int32_t m_phoneBookSize;
-    SecureTransportContext* m_transportContext;
-    SecureConnection* m_secureConn;
+    std::unique_ptr<SecureTransportContext> m_transportContext;
+    std::unique_ptr<SecureConnection> m_secureConn;
     std::vector<std::string> m_callLogIds;
 };

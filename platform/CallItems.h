@@ -8,12 +8,12 @@
 // One call. The six text members are declared in this order on purpose: record codecs name them
 // by position (second: the remote number, sixth: the call time).
 struct CallInfo {
-    std::string callId;        // 1: the platform's identifier of the call
-    std::string remoteNumber;  // 2: the other party's number
-    std::string remoteName;    // 3: the other party's name as signalled
-    std::string lineId;        // 4: the local line that carried the call
-    std::string duration;      // 5: the call's length in seconds
-    std::string callTime;      // 6: when the call happened, as an ISO 8601 stamp
+    std::string callId;             // 1: the platform's identifier of the call
+    std::string remoteNumber;       // 2: the other party's number
+    std::string remoteName;         // 3: the other party's name as signalled
+    std::string lineId;             // 4: the local line that carried the call
+    std::string duration;           // 5: the call's length in seconds
+    std::string callTime;           // 6: when the call happened, as an ISO 8601 stamp
     std::int32_t callInfoMode = 0;  // how the call is shown: 0 unset, 1 local, 2 network log
 };
 

@@ -46,10 +46,10 @@ public:
                             const char* path, const char* body, std::size_t bodyLength, const std::string& authUser,
                             const std::string& authPassword, int keepAlive, int followRedirects) = 0;
 
-    // Reads the response status, headers and at most `maxResponseLength` bytes of the body into
-    // `responseData` (appended). `totalLength` receives the whole body's length when known, else
-    // -1. Returns MORE_DATA while body bytes remain, SUCCESS when the body is complete, FAILURE
-    // when no usable response arrived.
+    // Reads the response status, headers and at most `maxResponseLength` bytes of the body.
+    // `responseData` and `responseHeaders` are replaced by what this response brings. `totalLength` receives the whole
+    // body's length when known, else -1. Returns MORE_DATA while body bytes remain, SUCCESS when the body is complete,
+    // FAILURE when no usable response arrived.
     virtual int readResponse(SecureConnection* connection, std::string& responseData, int maxResponseLength,
                              eStatusCode& statusCode, int& totalLength, HeaderMap& responseHeaders) = 0;
 
