@@ -28,8 +28,11 @@ public:
     // or "Received" stops the reading: the other five outputs keep their values.
     static void deserializeRecord(std::string& record, std::string& kind, std::string& infoText1,
                                   std::string& infoText2, std::string& name, std::string& id, std::string& viewed);
-    // Rewrites a local "YYYY-MM-DDTHH:MM:SS" stamp (anything after 19 characters is dropped) as the
-    // same instant in UTC, "YYYY-MM-DDTHH:MM:SS+00:00". Not thread-safe (uses gmtime).
+    // Rewrites a local "YYYY-MM-DDTHH:MM:SS" stamp (anything after 19 characters, such as a zone
+    // offset, is dropped) as the same instant in UTC, "YYYY-MM-DDTHH:MM:SS+00:00". The stamp is read
+    // with the daylight-saving state of the present moment, even for a date on the other side of a
+    // change; parts it lacks are taken from the present local time, so "" gives now. If the time
+    // cannot be represented, the cut stamp is left as it is.
     static void formatTime(std::string& time);
 
     // items to records: `out` is replaced (single item) or appended to (lists)
@@ -44,7 +47,8 @@ public:
     static void populateMissedCallItemFromStringData(MissedCallItem& item, std::string& record);
     static void populateDialledCallItemFromStringData(DialledCallItem& item, std::string& record);
     static void populateReceivedCallItemFromStringData(ReceivedCallItem& item, std::string& record);
-    static void convertStringDataToMissedCalls(const std::vector<std::string>& records, std::deque<MissedCallItem>& out);
+    static void convertStringDataToMissedCalls(const std::vector<std::string>& records,
+                                               std::deque<MissedCallItem>& out);
     static void convertStringDataToDialledCalls(const std::vector<std::string>& records,
                                                 std::deque<DialledCallItem>& out);
     static void convertStringDataToReceivedCalls(const std::vector<std::string>& records,
