@@ -1,0 +1,54 @@
+#!/usr/bin/env bash
+# Checks the module's shared library before it goes into a firmware image: the module's own
+# classes are exported, every platform name is left for the host process to resolve (referenced,
+# never defined: a second copy in the module would shadow or clash with the firmware's), and it
+# reports the library's stripped size, the figure that counts on the phone's flash.
+# Usage: check-module-library.sh <lib.so> [nm-tool [strip-tool]]
+# A cross build passes its target's tools (arm-linux-gnueabihf-nm and -strip).
+set -euo pipefail
+
+lib=${1:?usage: check-module-library.sh <lib.so> [nm-tool [strip-tool]]}
+nm_tool=${2:-nm}
+strip_tool=${3:-${nm_tool%nm}strip}
+
+module_names=(FritzBox BroadsoftServiceHelper)
+platform_names=(logAppQel HttpClient SecureConnection ClientUtils Storage Serializer Cryptographer HardwareVersion)
+
+# Demangled symbol names only (the address and type columns removed).
+symbol_names() { "$nm_tool" -C "$@" "$lib" | sed -E 's/^[0-9a-fA-F ]+ [A-Za-z] //'; }
+exported=$(symbol_names -D --defined-only)
+undefined=$(symbol_names -D --undefined-only)
+# The full symbol table also shows local definitions (none if the library is already stripped).
+defined=$( (printf '%s\n' "$exported"; symbol_names --defined-only 2>/dev/null) | sort -u)
+
+# The symbols that belong to NAME itself: its members, its vtable/typeinfo/thunks, or the function
+# NAME. A name merely mentioned in a parameter or template argument (unique_ptr<HttpClient>) is not.
+owned_by() { grep -E "^([a-z -]+ (for|to) )?$1(::|\(|$)" || true; }
+
+failures=0
+fail() {
+    echo "FAIL: $lib $1" >&2
+    failures=$((failures + 1))
+}
+for name in "${module_names[@]}"; do
+    [ -n "$(owned_by "$name" <<<"$exported")" ] || fail "exports no $name symbol"
+done
+for name in "${platform_names[@]}"; do
+    own=$(owned_by "$name" <<<"$defined")
+    if [ -n "$own" ]; then
+        fail "defines platform symbols of $name:"$'\n'"$(sed 's/^/    /' <<<"$own")"
+    elif [ -z "$(owned_by "$name" <<<"$undefined")" ]; then
+        fail "does not reference $name from the host"
+    fi
+done
+
+stripped=$(mktemp)
+trap 'rm -f "$stripped"' EXIT
+"$strip_tool" -o "$stripped" "$lib"
+echo "$(basename "$lib"): stripped size $(stat -c %s "$stripped") bytes ($(stat -c %s "$lib") unstripped)"
+
+if [ "$failures" -ne 0 ]; then
+    echo "check-module-library: $failures problem(s) in $lib" >&2
+    exit 1
+fi
+echo "check-module-library: $lib exports the module and leaves the platform to the host"
