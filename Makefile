@@ -7,7 +7,7 @@ FUZZ_BUILD_DIR ?= build-fuzz
 BENCH_BUILD_DIR?= build-bench
 JOBS           ?= $(shell nproc)
 CTEST_FLAGS    ?= --output-on-failure -j $(JOBS)
-ARM_TOOLCHAIN  := -DCMAKE_TOOLCHAIN_FILE=cmake/arm-linux-gnueabihf.cmake
+ARM_TOOLCHAIN  := --toolchain cmake/arm-linux-gnueabihf.cmake
 
 .PHONY: deps build demo test test-native test-arm test-asan arm-module fuzz bench format clean
 
