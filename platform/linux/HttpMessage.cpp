@@ -1,0 +1,215 @@
+#include "HttpMessage.h"
+
+#include <nettle/base64.h>
+
+#include "AsciiText.h"
+
+namespace linux_platform {
+namespace http {
+namespace {
+
+bool isDigit(char c) {
+    return c >= '0' && c <= '9';
+}
+
+bool isBlank(char c) {
+    return c == ' ' || c == '\t';
+}
+
+int hexDigitValue(char c) {
+    if (isDigit(c)) {
+        return c - '0';
+    }
+    const char lower = detail::toLowerAscii(c);
+    return (lower >= 'a' && lower <= 'f') ? lower - 'a' + 10 : -1;
+}
+
+// RFC 9110 token characters, which header names consist of.
+bool isTokenChar(char c) {
+    static const std::string kSeparators = "()<>@,;:\\\"/[]?={} \t";
+    return c > 0x20 && c < 0x7f && kSeparators.find(c) == std::string::npos;
+}
+
+std::string trimBlanks(const std::string& text) {
+    std::size_t begin = 0;
+    std::size_t end = text.size();
+    while (begin < end && isBlank(text[begin])) {
+        ++begin;
+    }
+    while (end > begin && isBlank(text[end - 1])) {
+        --end;
+    }
+    return text.substr(begin, end - begin);
+}
+
+// Splits a comma-separated list and hands each trimmed, non-empty element to `visit`.
+template <typename Visitor>
+void forEachListElement(const std::string& list, Visitor visit) {
+    std::size_t start = 0;
+    while (start <= list.size()) {
+        std::size_t comma = list.find(',', start);
+        if (comma == std::string::npos) {
+            comma = list.size();
+        }
+        const std::string element = trimBlanks(list.substr(start, comma - start));
+        if (!element.empty()) {
+            visit(element);
+        }
+        start = comma + 1;
+    }
+}
+
+bool startsWithScheme(const std::string& location, std::size_t& authorityStart) {
+    const std::size_t separator = location.find("://");
+    if (separator == std::string::npos || separator == 0) {
+        return false;
+    }
+    for (std::size_t i = 0; i < separator; ++i) {
+        const char c = location[i];
+        const bool schemeChar =
+            (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || isDigit(c) || c == '+' || c == '-' || c == '.';
+        if (!schemeChar) {
+            return false;
+        }
+    }
+    authorityStart = separator + 3;
+    return true;
+}
+
+// Decimal digits only; values above `limit` are rejected without overflowing.
+bool parseDecimal(const std::string& text, std::uint64_t limit, std::uint64_t& value) {
+    if (text.empty()) {
+        return false;
+    }
+    value = 0;
+    for (const char c : text) {
+        if (!isDigit(c)) {
+            return false;
+        }
+        value = value * 10 + static_cast<std::uint64_t>(c - '0');
+        if (value > limit) {
+            return false;
+        }
+    }
+    return true;
+}
+
+}  // namespace
+
+bool parseStatusLine(const std::string& line, StatusLine& status) {
+    // "HTTP/" digit "." digit SP 3digit [SP reason]
+    if (line.size() < 12 || line.compare(0, 5, "HTTP/") != 0 || !isDigit(line[5]) || line[6] != '.' ||
+        !isDigit(line[7]) || line[8] != ' ' || !isDigit(line[9]) || !isDigit(line[10]) || !isDigit(line[11])) {
+        return false;
+    }
+    if (line.size() > 12 && line[12] != ' ') {
+        return false;
+    }
+    status.majorVersion = line[5] - '0';
+    status.minorVersion = line[7] - '0';
+    status.code = (line[9] - '0') * 100 + (line[10] - '0') * 10 + (line[11] - '0');
+    return status.code >= 100;
+}
+
+bool parseHeaderLine(const std::string& line, std::string& name, std::string& value) {
+    const std::size_t colon = line.find(':');
+    if (colon == std::string::npos || colon == 0) {
+        return false;
+    }
+    for (std::size_t i = 0; i < colon; ++i) {
+        if (!isTokenChar(line[i])) {
+            return false;
+        }
+    }
+    name = line.substr(0, colon);
+    value = trimBlanks(line.substr(colon + 1));
+    return true;
+}
+
+bool parseContentLength(const std::string& value, std::uint64_t limit, std::uint64_t& length) {
+    bool valid = !value.empty();
+    bool first = true;
+    forEachListElement(value, [&](const std::string& element) {
+        std::uint64_t parsed = 0;
+        valid = valid && parseDecimal(element, limit, parsed) && (first || parsed == length);
+        length = parsed;
+        first = false;
+    });
+    return valid && !first;
+}
+
+bool parseChunkSize(const std::string& line, std::uint64_t limit, std::uint64_t& size) {
+    const std::string digits = trimBlanks(line.substr(0, line.find(';')));
+    if (digits.empty()) {
+        return false;
+    }
+    size = 0;
+    for (const char c : digits) {
+        const int digit = hexDigitValue(c);
+        if (digit < 0) {
+            return false;
+        }
+        size = size * 16 + static_cast<std::uint64_t>(digit);
+        if (size > limit) {
+            return false;
+        }
+    }
+    return true;
+}
+
+std::string headerValue(const HttpClientIfc::HeaderMap& headers, const std::string& name) {
+    std::string joined;
+    for (const auto& header : headers) {
+        if (detail::equalsIgnoreCase(header.first, name)) {
+            joined += (joined.empty() ? "" : ", ") + header.second;
+        }
+    }
+    return joined;
+}
+
+bool hasHeader(const HttpClientIfc::HeaderMap& headers, const std::string& name) {
+    for (const auto& header : headers) {
+        if (detail::equalsIgnoreCase(header.first, name)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool hasToken(const std::string& list, const std::string& token) {
+    bool found = false;
+    forEachListElement(list,
+                       [&](const std::string& element) { found = found || detail::equalsIgnoreCase(element, token); });
+    return found;
+}
+
+std::string lastToken(const std::string& list) {
+    std::string last;
+    forEachListElement(list, [&](const std::string& element) { last = element; });
+    return last;
+}
+
+std::string hostOfLocation(const std::string& location) {
+    std::size_t start = 0;
+    if (location.compare(0, 2, "//") == 0) {
+        start = 2;  // scheme-relative reference
+    } else if (!startsWithScheme(location, start)) {
+        return std::string();
+    }
+    std::string authority = location.substr(start, location.find_first_of("/?#", start) - start);
+    authority.erase(0, authority.rfind('@') + 1);  // drop user information
+    if (!authority.empty() && authority[0] == '[') {
+        const std::size_t close = authority.find(']');
+        return close == std::string::npos ? std::string() : authority.substr(1, close - 1);
+    }
+    return authority.substr(0, authority.find(':'));
+}
+
+std::string base64(const std::string& bytes) {
+    std::string encoded(BASE64_ENCODE_RAW_LENGTH(bytes.size()), '\0');
+    base64_encode_raw(&encoded[0], bytes.size(), reinterpret_cast<const std::uint8_t*>(bytes.data()));
+    return encoded;
+}
+
+}  // namespace http
+}  // namespace linux_platform

@@ -1,0 +1,43 @@
+#pragma once
+// Parsing and formatting pieces of HTTP/1.1 messages, free of any I/O.
+#include <cstdint>
+#include <string>
+
+#include "HttpClient.h"
+
+namespace linux_platform {
+namespace http {
+
+struct StatusLine {
+    int majorVersion = 0;
+    int minorVersion = 0;
+    int code = 0;
+};
+
+// "HTTP/1.1 200 OK" (the reason may be empty or missing); the code must be 100..999.
+bool parseStatusLine(const std::string& line, StatusLine& status);
+// "Name: value" with a token as name; the value loses its surrounding blanks.
+bool parseHeaderLine(const std::string& line, std::string& name, std::string& value);
+// A Content-Length value. Repeated headers arrive joined as "5, 5"; they must all agree. Values
+// above `limit` are rejected without overflowing.
+bool parseContentLength(const std::string& value, std::uint64_t limit, std::uint64_t& length);
+// A chunk-size line: hexadecimal size, optionally followed by ";extensions". Sizes above `limit`
+// are rejected without overflowing.
+bool parseChunkSize(const std::string& line, std::uint64_t limit, std::uint64_t& size);
+
+// The values of all headers called `name` (compared without case), joined with ", ".
+std::string headerValue(const HttpClientIfc::HeaderMap& headers, const std::string& name);
+bool hasHeader(const HttpClientIfc::HeaderMap& headers, const std::string& name);
+// True when the comma-separated `list` holds `token` (compared without case).
+bool hasToken(const std::string& list, const std::string& token);
+// The last entry of a comma-separated list ("gzip, chunked" -> "chunked").
+std::string lastToken(const std::string& list);
+
+// The host named by a Location value: "http://host:8080/x" -> "host", "http://[::1]/" -> "::1";
+// empty for a relative reference.
+std::string hostOfLocation(const std::string& location);
+
+std::string base64(const std::string& bytes);
+
+}  // namespace http
+}  // namespace linux_platform

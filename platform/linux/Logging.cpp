@@ -1,0 +1,121 @@
+// Logging of the Linux platform: one line per call on stderr, or handed to the sink a test or
+// tool installed. Lines are formatted as
+//   fritzbox <LEVEL> [MODULE] SOURCEPATH:LINE MESSAGE
+#include "Logging.h"
+
+#include <atomic>
+#include <cerrno>
+#include <climits>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <mutex>
+#include <string>
+
+#include "LinuxPlatform.h"
+
+namespace {
+
+constexpr int kAlwaysWrittenLevel = 2;
+constexpr int kLevelNotSet = INT_MIN;
+
+std::atomic<int> g_logLevel{kLevelNotSet};
+
+// One lock for the sink and for writing, so that lines from several threads never interleave
+// and a sink is never called after setLogSink replaced it.
+std::mutex& logMutex() {
+    static std::mutex mutex;
+    return mutex;
+}
+
+linux_platform::LogSink& logSink() {
+    static linux_platform::LogSink sink;
+    return sink;
+}
+
+int levelFromEnvironment() {
+    const char* text = std::getenv("FRITZBOX_LOG_LEVEL");
+    if (text == nullptr || *text == '\0') {
+        return kAlwaysWrittenLevel;
+    }
+    char* end = nullptr;
+    errno = 0;
+    const long level = std::strtol(text, &end, 10);
+    if (*end != '\0' || errno != 0 || level < INT_MIN || level > INT_MAX) {
+        return kAlwaysWrittenLevel;
+    }
+    return static_cast<int>(level);
+}
+
+PLATFORM_PRINTF_FORMAT(1, 0) std::string formatMessage(const char* format, va_list arguments) {
+    va_list measuring;
+    va_copy(measuring, arguments);
+    const int length = std::vsnprintf(nullptr, 0, format, measuring);
+    va_end(measuring);
+    if (length <= 0) {
+        return std::string();
+    }
+    std::string message(static_cast<std::size_t>(length) + 1, '\0');
+    std::vsnprintf(&message[0], message.size(), format, arguments);
+    message.resize(static_cast<std::size_t>(length));
+    return message;
+}
+
+void writeToStderr(const linux_platform::LogRecord& record) {
+    const std::string line = "fritzbox <" + std::to_string(record.level) + "> [" + record.module + "] " +
+                             record.sourcePath + ":" + std::to_string(record.line) + " " + record.message + "\n";
+    std::fwrite(line.data(), 1, line.size(), stderr);
+}
+
+}  // namespace
+
+namespace linux_platform {
+
+void setLogLevel(int level) {
+    g_logLevel = level;
+}
+
+int logLevel() {
+    int level = g_logLevel.load();
+    if (level == kLevelNotSet) {
+        int expected = kLevelNotSet;
+        g_logLevel.compare_exchange_strong(expected, levelFromEnvironment());
+        level = g_logLevel.load();
+    }
+    return level;
+}
+
+// The sink is called with the logging lock held: it must not log itself.
+void setLogSink(LogSink sink) {
+    std::lock_guard<std::mutex> lock(logMutex());
+    logSink() = std::move(sink);
+}
+
+}  // namespace linux_platform
+
+bool loggingOnAppQel(const char* /*module*/, int level) {
+    return level <= kAlwaysWrittenLevel || level <= linux_platform::logLevel();
+}
+
+void logAppQel(const char* module, const char* sourcePath, int level, int line, const char* format, ...) {
+    if (!loggingOnAppQel(module, level)) {
+        return;
+    }
+    linux_platform::LogRecord record;
+    record.module = module != nullptr ? module : "";
+    record.sourcePath = sourcePath != nullptr ? sourcePath : "";
+    record.level = level;
+    record.line = line;
+    if (format != nullptr) {
+        va_list arguments;
+        va_start(arguments, format);
+        record.message = formatMessage(format, arguments);
+        va_end(arguments);
+    }
+    std::lock_guard<std::mutex> lock(logMutex());
+    if (logSink()) {
+        logSink()(record);
+    } else {
+        writeToStderr(record);
+    }
+}

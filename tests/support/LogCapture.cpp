@@ -1,0 +1,43 @@
+#include "LogCapture.h"
+
+namespace testsupport {
+
+LogCapture::LogCapture(int level)
+    : m_captured(std::make_shared<Captured>()), m_previousLevel(linux_platform::logLevel()) {
+    linux_platform::setLogLevel(level);
+    std::shared_ptr<Captured> captured = m_captured;
+    linux_platform::setLogSink([captured](const linux_platform::LogRecord& record) {
+        std::lock_guard<std::mutex> lock(captured->mutex);
+        captured->records.push_back(record);
+    });
+}
+
+LogCapture::~LogCapture() {
+    linux_platform::setLogSink({});
+    linux_platform::setLogLevel(m_previousLevel);
+}
+
+std::vector<linux_platform::LogRecord> LogCapture::records() const {
+    std::lock_guard<std::mutex> lock(m_captured->mutex);
+    return m_captured->records;
+}
+
+bool LogCapture::contains(const std::string& text) const {
+    std::lock_guard<std::mutex> lock(m_captured->mutex);
+    for (const auto& record : m_captured->records) {
+        if (record.message.find(text) != std::string::npos) {
+            return true;
+        }
+    }
+    return false;
+}
+
+std::string LogCapture::text() const {
+    std::string lines;
+    for (const auto& record : records()) {
+        lines += record.message + "\n";
+    }
+    return lines;
+}
+
+}  // namespace testsupport

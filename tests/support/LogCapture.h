@@ -1,0 +1,36 @@
+#pragma once
+// Collects the platform's log lines for the lifetime of the guard, instead of writing them to
+// stderr, and restores stderr output and the previous log level afterwards.
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "LinuxPlatform.h"
+
+namespace testsupport {
+
+class LogCapture {
+public:
+    // Captures lines up to `level` (levels 2 and below are always captured).
+    explicit LogCapture(int level = 7);
+    ~LogCapture();
+    LogCapture(const LogCapture&) = delete;
+    LogCapture& operator=(const LogCapture&) = delete;
+
+    std::vector<linux_platform::LogRecord> records() const;
+    // True when some captured message contains `text`.
+    bool contains(const std::string& text) const;
+    // All captured messages, one per line: readable output for a failed assertion.
+    std::string text() const;
+
+private:
+    struct Captured {
+        std::mutex mutex;
+        std::vector<linux_platform::LogRecord> records;
+    };
+    std::shared_ptr<Captured> m_captured;
+    int m_previousLevel;
+};
+
+}  // namespace testsupport

@@ -1,0 +1,112 @@
+#pragma once
+// A scriptable HTTP/1.1 server standing in for the router in tests. It listens on 127.0.0.1 on an
+// ephemeral port, serves each connection on its own thread with keep-alive, and answers every
+// request with the next queued reply, else with the handler's. Plain POSIX sockets, so it builds
+// and runs wherever the platform library does (also on 32-bit ARM).
+#include <cstddef>
+#include <deque>
+#include <functional>
+#include <list>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace testsupport {
+
+using HeaderList = std::vector<std::pair<std::string, std::string>>;
+
+struct ScriptedReply {
+    enum class Framing { ContentLength, Chunked, UntilClose };
+
+    int status = 200;
+    std::string reason;  // empty: the usual phrase for `status`
+    // Sent as given. A Content-Length or Transfer-Encoding here replaces the router's own framing
+    // header, which lets a test declare a length the body does not have.
+    HeaderList headers;
+    std::string body;  // not sent in answer to HEAD
+    Framing framing = Framing::ContentLength;
+    std::size_t chunkSize = 4096;                    // payload bytes per chunk with Framing::Chunked
+    bool closeAfter = false;                         // send "Connection: close" and hang up after the reply
+    std::string raw;                                 // when set, sent verbatim instead of all of the above
+    std::size_t truncateBodyAt = std::string::npos;  // hang up after this many body bytes
+    int delayMs = 0;                                 // wait before answering (cut short when the router is destroyed)
+    bool noAnswer = false;                           // hang up without answering
+};
+
+struct ReceivedRequest {
+    std::string method;
+    std::string target;
+    HeaderList headers;
+    std::string body;
+    int connectionIndex = 0;  // which accepted connection carried it, counting from 0
+
+    // The first header called `name` (compared without case); empty when there is none.
+    std::string header(const std::string& name) const;
+};
+
+class ScriptedRouter {
+public:
+    using Handler = std::function<ScriptedReply(const ReceivedRequest&)>;
+
+    // Without a handler every request is answered 404 (unless a reply is queued).
+    explicit ScriptedRouter(Handler handler = {});
+    // Stops all threads and closes all sockets; never waits for a client.
+    ~ScriptedRouter();
+    ScriptedRouter(const ScriptedRouter&) = delete;
+    ScriptedRouter& operator=(const ScriptedRouter&) = delete;
+
+    int port() const { return m_port; }
+    void setHandler(Handler handler);
+    // Replies used in order, one per request, before the handler is asked.
+    void queueReply(ScriptedReply reply);
+
+    std::vector<ReceivedRequest> requests() const;
+    std::size_t requestCount() const;
+    std::size_t connectionCount() const;
+
+    // Hangs up every kept connection, like a router dropping them: at once when it waits for its
+    // next request, else as soon as its current reply is out.
+    void closeIdleConnections();
+    // Maps `name`:`port` to this router for the platform's connections.
+    void mapAs(const std::string& name = "fritz.box", const std::string& port = "80") const;
+
+private:
+    struct Connection {
+        int fd = -1;
+        int index = 0;
+        bool idle = false;            // waiting for its next request
+        bool hangUpWhenIdle = false;  // closeIdleConnections() came while a reply was on its way
+        std::thread thread;
+    };
+
+    void acceptConnections();
+    void serve(Connection& connection);
+    bool readRequest(int fd, std::string& buffer, ReceivedRequest& request) const;
+    bool receiveSome(int fd, std::string& buffer) const;
+    ScriptedReply replyFor(const ReceivedRequest& request);
+    bool sendReply(int fd, const ReceivedRequest& request, const ScriptedReply& reply) const;
+    bool sendBody(int fd, const ScriptedReply& reply) const;
+    bool sendAll(int fd, const char* data, std::size_t length) const;
+    // Waits for `fd` to become ready for `events`; false when the router stops or the wait fails.
+    bool waitFor(int fd, short events, int timeoutMs) const;
+    bool pause(int milliseconds) const;
+    bool stopping() const;
+    // Marks the connection as waiting for a request; false when it is to be hung up instead.
+    bool becomeIdle(Connection& connection);
+    void becomeBusy(Connection& connection);
+    void closeConnection(Connection& connection);
+
+    int m_listenFd = -1;
+    int m_stopPipe[2] = {-1, -1};  // readable once the router stops; wakes every waiting thread
+    int m_port = 0;
+    mutable std::mutex m_mutex;
+    Handler m_handler;
+    std::deque<ScriptedReply> m_queue;
+    std::vector<ReceivedRequest> m_requests;
+    std::list<Connection> m_connections;
+    std::thread m_acceptThread;
+};
+
+}  // namespace testsupport
