@@ -179,6 +179,8 @@ int HttpClientState::readResponse(SecureConnection* connection, std::string& out
                                   HttpClientIfc::HeaderMap& headers) {
     statusCode = HttpClientIfc::eStatusNone;
     totalLength = -1;
+    // The first read fills the body and headers afresh; later reads append to the body.
+    out.clear();
     headers.clear();
     if (m_phase != Phase::AwaitingResponse || connection != m_connection) {
         return HttpClientIfc::FAILURE;
