@@ -94,7 +94,8 @@ bool beginsWith(const std::string& text, const char* prefix) {
 
 // The first four ";"-separated fields of a record as sscanf sees it (up to the first NUL byte)
 // fit their scratch fields. An overlong field rejects the whole record: cutting it would file a
-// wrong number or name, and the router never sends such fields for a real call.
+// wrong number or name, and the router never sends such fields for a real call. The date field
+// holds at most 15 characters, so "dd.mm.yy" and "HH:MM" may be apart by one or two blanks.
 bool callRecordFieldsFit(const std::string& record) {
     const std::size_t capacities[] = {kTypeCapacity, kDateCapacity, kTextCapacity, kTextCapacity};
     const char* cursor = record.c_str();
