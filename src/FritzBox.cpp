@@ -141,6 +141,36 @@ bool scanCallRecord(const char* text, CallRecordFields& fields) {
     return false;
 }
 
+// Hands `visit` what repeated ClientUtils::getStringBetweenKeywords(text, out, begin, end) calls
+// would hand out, in the same order and with the same text, until `visit` returns false or no
+// pair is left. Each such call removes the pair it found, and the text before and after it joins
+// up (so a new pair can even form across the seam). Done on the whole text, every removal would
+// move all of the rest: megabytes per record for a large phonebook. The extractions therefore
+// run on a window at the front of the text. A pair found inside the window is the first pair of
+// the whole text too, because an occurrence that runs past the window's end starts after any
+// occurrence inside it; a search that fails is repeated on a window twice as large, until the
+// window holds all that is left and the failure is final.
+template <typename Visitor>
+void forEachExtraction(const std::string& text, const std::string& begin, const std::string& end, Visitor visit) {
+    const std::size_t kMinimumGrowth = 16 * 1024;
+    std::string window;
+    std::size_t taken = 0;
+    std::string between;
+    for (;;) {
+        if (ClientUtils::getStringBetweenKeywords(window, between, begin, end)) {
+            if (!visit(between)) {
+                return;
+            }
+        } else if (taken < text.size()) {
+            const std::size_t growth = std::max(window.size(), kMinimumGrowth);
+            window.append(text, taken, growth);
+            taken = std::min(text.size(), taken + growth);
+        } else {
+            return;
+        }
+    }
+}
+
 }  // namespace
 
 #define FRITZBOX_LOG(level, ...) logAppQel(kModuleName, kSourcePath, level, __LINE__, __VA_ARGS__)
@@ -583,11 +613,10 @@ bool FritzBox::retrievePhonebookData(std::string& out) {
     }
     out = digest;
 
-    // Each extraction removes the record it found, so the loop walks the export once.
-    std::string record;
-    while (ClientUtils::getStringBetweenKeywords(response, record, kContactBegin, kContactEnd)) {
+    forEachExtraction(response, kContactBegin, kContactEnd, [this](std::string& record) {
         handleSinglePhonebookRecord(record);
-    }
+        return true;
+    });
     FRITZBOX_TRACE("retrievePhonebookData() m_phoneBookSize='%d'", static_cast<int>(m_phoneBookSize));
     return true;
 }
@@ -609,13 +638,10 @@ void FritzBox::handleSinglePhonebookRecord(std::string& record) {
 
     // A directory entry holds one number: the first number element marked id="0".
     std::string number;
-    std::string numberElement;
-    while (ClientUtils::getStringBetweenKeywords(telephony, numberElement, kNumberBegin, kNumberEnd)) {
-        if (numberElement.find(kIdZero) != std::string::npos &&
-            ClientUtils::getStringBetweenKeywords(numberElement, number, kContentBegin, kContentEnd)) {
-            break;
-        }
-    }
+    forEachExtraction(telephony, kNumberBegin, kNumberEnd, [&number](std::string& numberElement) {
+        return numberElement.find(kIdZero) == std::string::npos ||
+               !ClientUtils::getStringBetweenKeywords(numberElement, number, kContentBegin, kContentEnd);
+    });
     if (number.empty() || number.find('@') != std::string::npos) {
         FRITZBOX_TRACE("handleSinglePhonebookRecord() no valid number found[%s]", number.c_str());
         return;
