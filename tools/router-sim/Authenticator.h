@@ -1,0 +1,57 @@
+#pragma once
+// The login side of the simulated router: the challenges handed out, the sessions logged in, and
+// the block that follows failed logins. Not thread-safe; the simulator calls it under its lock.
+#include <chrono>
+#include <cstddef>
+#include <deque>
+#include <map>
+#include <random>
+#include <string>
+
+#include "RouterSimulator.h"
+
+namespace routersim {
+
+using Clock = std::chrono::steady_clock;
+
+// The SID of every answer that carries no session.
+constexpr const char* kZeroSid = "0000000000000000";
+
+class Authenticator {
+public:
+    Authenticator(std::string user, std::string password, LoginForm form, std::chrono::seconds sessionIdle);
+
+    // A fresh challenge. It stays valid until a login uses it or newer ones push it out, so
+    // clients that fetch challenges at the same time do not spoil each other's logins.
+    std::string issueChallenge();
+
+    // Checks a login attempt and answers the new session's id, or "" when the attempt failed.
+    // While a block lasts every attempt fails, and each failure lengthens the block (see
+    // remainingBlockSeconds). With `keepSession` false the id is issued but no session is kept.
+    std::string login(const std::string& user, const std::string& response, bool keepSession, Clock::time_point now);
+
+    // True when `sid` names a session that has not been idle too long; using it restarts the idle time.
+    bool useSession(const std::string& sid, Clock::time_point now);
+    void endSession(const std::string& sid);
+    int remainingBlockSeconds(Clock::time_point now) const;
+
+    const std::string& user() const { return user_; }
+
+private:
+    bool useMatchingChallenge(const std::string& response);
+    void forgetIdleSessions(Clock::time_point now);
+    std::string newSessionId();
+    std::string randomHex(std::size_t digits);
+
+    std::string user_;
+    std::string password_;
+    LoginForm form_;
+    Clock::duration sessionIdle_;
+    std::deque<std::string> challenges_;                 // newest last
+    std::map<std::string, Clock::time_point> sessions_;  // sid -> last use
+    int consecutiveFailures_ = 0;
+    Clock::time_point blockedUntil_{};
+    std::mt19937_64 random_;
+};
+
+}  // namespace routersim

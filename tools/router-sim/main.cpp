@@ -1,0 +1,127 @@
+// fritzbox-router-sim: serves a directory of router data (by default the bundled sample router
+// data) the way a FritzBox's web interface does, so the phone module can be run against it.
+#include <pthread.h>
+
+#include <CLI/CLI.hpp>
+#include <csignal>
+#include <fstream>
+#include <iostream>
+#include <stdexcept>
+#include <string>
+
+#include "RouterSimulator.h"
+
+namespace {
+
+constexpr const char* kProgram = "fritzbox-router-sim";
+constexpr int kExitCannotServe = 1;  // data not loadable or address not bindable
+constexpr int kExitUsage = 2;
+
+struct ProgramOptions {
+    std::string listenAddress = "127.0.0.1";
+    int port = 8080;
+    std::string dataDirectory = FRITZBOX_SAMPLE_DATA_DIR;
+    std::string passwordFile;
+    routersim::SimulatorOptions simulator;
+};
+
+void addServingOptions(CLI::App& app, ProgramOptions& options) {
+    app.add_option("--listen", options.listenAddress, "Address to listen on")->capture_default_str();
+    app.add_option("--port", options.port, "Port to listen on; 0 picks a free one")
+        ->check(CLI::Range(0, 65535))
+        ->capture_default_str();
+    app.add_option("--data", options.dataDirectory,
+                   "Directory with calllist.csv, phonebook.xml and photos/ (default: the bundled sample)")
+        ->capture_default_str();
+    app.add_option("--user", options.simulator.user, "The router's user name")->capture_default_str();
+    app.add_option("--password-file", options.passwordFile,
+                   "File whose first line is the password (default password: geheim, the sample's)")
+        ->check(CLI::ExistingFile);
+    app.add_flag("--strict-login", options.simulator.strictLogin,
+                 "Accept only the real router's login response (<challenge>-<md5 of UTF-16LE>) instead of "
+                 "the phone module's (bare md5 over byte-widened text)");
+    app.add_option("--session-idle", options.simulator.sessionIdleSeconds, "Seconds until an unused session expires")
+        ->check(CLI::NonNegativeNumber)
+        ->capture_default_str();
+    app.add_flag("--verbose", options.simulator.verbose, "One line per request on stderr");
+}
+
+void addFaultOptions(CLI::App& app, routersim::Faults& faults) {
+    app.add_option("--redirects", faults.redirectCount, "Answer the first N requests with a 302 redirect")
+        ->check(CLI::NonNegativeNumber);
+    app.add_option("--redirect-host", faults.redirectHost, "HOST[:PORT] the redirects point to (default: this one)");
+    app.add_flag("--close-connections", faults.closeConnections, "Close the connection after every answer");
+    app.add_option("--delay-ms", faults.delayMs, "Delay every answer by N milliseconds")->check(CLI::NonNegativeNumber);
+    app.add_option("--force-status", faults.forceStatus, "Answer call list, export and photos with this status")
+        ->check(CLI::Range(100, 599));
+    app.add_flag("--change-body", faults.changeBodyEachFetch, "Make every call list and export differ");
+    app.add_flag("--empty-photos", faults.emptyPhotos, "Answer photo requests with 200 and no body");
+    app.add_flag("--drop-sessions", faults.dropSessions, "Forget every session right after the login");
+}
+
+// The first line of the file, without a trailing carriage return.
+std::string readPassword(const std::string& path) {
+    std::ifstream file(path);
+    std::string password;
+    if (!std::getline(file, password)) {
+        throw std::invalid_argument("--password-file: cannot read a line from " + path);
+    }
+    if (!password.empty() && password.back() == '\r') {
+        password.pop_back();
+    }
+    return password;
+}
+
+// Blocks SIGINT and SIGTERM here and in every thread started later (they inherit the mask), so
+// that only the main thread takes them, in sigwait, and can stop the simulator cleanly.
+sigset_t blockStopSignals() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGINT);
+    sigaddset(&signals, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    return signals;
+}
+
+int serve(const ProgramOptions& options) {
+    const sigset_t stopSignals = blockStopSignals();
+    routersim::RouterSimulator simulator(routersim::RouterData::loadFromDirectory(options.dataDirectory),
+                                         options.simulator);
+    const int port = simulator.start(options.listenAddress, options.port);
+    std::cout << "listening on " << options.listenAddress << ":" << port << std::endl;
+    int signal = 0;
+    sigwait(&stopSignals, &signal);
+    simulator.stop();
+    return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    CLI::App app("Simulates a FritzBox router's web interface: login, call list, phonebook export, photos.", kProgram);
+    ProgramOptions options;
+    addServingOptions(app, options);
+    addFaultOptions(app, options.simulator.faults);
+    try {
+        app.parse(argc, argv);
+        if (!options.passwordFile.empty()) {
+            options.simulator.password = readPassword(options.passwordFile);
+        }
+    } catch (const CLI::ParseError& e) {
+        if (e.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
+            return app.exit(e);  // --help
+        }
+        std::cerr << kProgram << ": " << e.what() << " (see --help)\n";
+        return kExitUsage;
+    } catch (const std::invalid_argument& e) {
+        std::cerr << kProgram << ": " << e.what() << "\n";
+        return kExitUsage;
+    }
+
+    try {
+        return serve(options);
+    } catch (const std::exception& e) {
+        std::cerr << kProgram << ": " << e.what() << "\n";
+        return kExitCannotServe;
+    }
+}
