@@ -108,7 +108,9 @@ int runSync(const CommonOptions& common, const SyncOptions& options) {
 void addCommonOptions(CLI::App& command, CommonOptions& common) {
     command.add_option("--model", common.model, "Phone model: tern, gull, wren or other (pictures on the first three)")
         ->capture_default_str();
-    command.add_option("--log-level", common.logLevel, "Write module log lines up to this level to stderr (2..7)")
+    command
+        .add_option("--log-level", common.logLevel,
+                    "Write module log lines up to this level to stderr (2: errors only, 6: tracing)")
         ->check(CLI::Range(0, 9))
         ->capture_default_str();
 }
