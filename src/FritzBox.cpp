@@ -141,6 +141,18 @@ bool scanCallRecord(const char* text, CallRecordFields& fields) {
     return false;
 }
 
+// The change token holds the digest of the last accepted body. True when `body` differs from
+// it; the token then takes the new digest at once, before anything of the body is converted.
+bool replaceTokenIfChanged(const std::string& body, std::string& token) {
+    const Cryptographer cryptographer;
+    std::string digest = cryptographer.md5(body);
+    if (digest == token) {
+        return false;
+    }
+    token = std::move(digest);
+    return true;
+}
+
 // Hands `visit` what repeated ClientUtils::getStringBetweenKeywords(text, out, begin, end) calls
 // would hand out, in the same order and with the same text, until `visit` returns false or no
 // pair is left. Each such call removes the pair it found, and the text before and after it joins
@@ -456,15 +468,9 @@ bool FritzBox::retrieveCallLogData(std::string& out) {
     }
 
     // An unchanged list costs one digest and nothing more.
-    std::string digest;
-    {
-        const Cryptographer cryptographer;
-        digest = cryptographer.md5(responseData);
-    }
-    if (digest == out) {
+    if (!replaceTokenIfChanged(responseData, out)) {
         return false;
     }
-    out = digest;
 
     // Lines end at "\n" only; the first two (separator hint and column header) are skipped. Only
     // the records that will be converted are kept, the rest are counted.
@@ -603,15 +609,9 @@ bool FritzBox::retrievePhonebookData(std::string& out) {
         return false;
     }
     // Whatever the exchange accepted is taken as the export; the status is not looked at.
-    std::string digest;
-    {
-        const Cryptographer cryptographer;
-        digest = cryptographer.md5(response);
-    }
-    if (digest == out) {
+    if (!replaceTokenIfChanged(response, out)) {
         return false;
     }
-    out = digest;
 
     forEachExtraction(response, kContactBegin, kContactEnd, [this](std::string& record) {
         handleSinglePhonebookRecord(record);

@@ -1,12 +1,15 @@
 #pragma once
 // Shared pieces of the module's tests: white-box access to a FritzBox, and a small router on
 // loopback that logs a client in, serves data and records every request.
+#include <gtest/gtest.h>
+
 #include <functional>
 #include <map>
 #include <string>
 #include <vector>
 
 #include "FritzBox.h"
+#include "LinuxPlatform.h"
 #include "LogCapture.h"
 #include "ScriptedRouter.h"
 
@@ -88,6 +91,21 @@ private:
     ScriptedReply phonebook(const ReceivedRequest& request);
 
     testsupport::ScriptedRouter m_router;
+};
+
+// A module object with its loopback router, tracing captured, the phone model reset afterwards.
+class ModuleTest : public ::testing::Test {
+protected:
+    void TearDown() override {
+        linux_platform::setPhoneModel(linux_platform::PhoneModel::Other);
+        linux_platform::clearHostMappings();
+    }
+
+    testsupport::LogCapture log{6};
+    TestRouter router;
+    FritzBox box{"admin", "geheim"};
+    FritzBoxTestAccess access{box};
+    std::string token;
 };
 
 // A body of two header lines and the given records, each ended by "\n".

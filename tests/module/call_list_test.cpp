@@ -16,10 +16,8 @@ const std::string kEmptyCallLogs =
     "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<CallLogs xmlns=\"http://schema.broadsoft.com/xsi\"><placed></placed>"
     "<received></received><missed></missed></CallLogs>";
 
-class CallListTest : public ::testing::Test {
+class CallListTest : public ModuleTest {
 protected:
-    void TearDown() override { linux_platform::clearHostMappings(); }
-
     // The trace lines of the records that were converted, from the `from`-th log line on.
     std::vector<std::string> convertedRecords(std::size_t from = 0) const {
         std::vector<std::string> converted;
@@ -32,12 +30,6 @@ protected:
         }
         return converted;
     }
-
-    testsupport::LogCapture log{6};
-    TestRouter router;
-    FritzBox box{"admin", "geheim"};
-    FritzBoxTestAccess access{box};
-    std::string token;
 };
 
 TEST_F(CallListTest, ChangeTokenDetectsAnUnchangedList) {

@@ -41,19 +41,9 @@ std::string readFile(const std::string& path) {
     return std::string(std::istreambuf_iterator<char>(file), {});
 }
 
-class PhonebookTest : public ::testing::Test {
+class PhonebookTest : public ModuleTest {
 protected:
     void SetUp() override { linux_platform::setPhoneModel(PhoneModel::Other); }
-    void TearDown() override {
-        linux_platform::setPhoneModel(PhoneModel::Other);
-        linux_platform::clearHostMappings();
-    }
-
-    testsupport::LogCapture log{6};
-    TestRouter router;
-    FritzBox box{"admin", "geheim"};
-    FritzBoxTestAccess access{box};
-    std::string token;
 };
 
 TEST_F(PhonebookTest, ExportRequestIsTheExactMultipartForm) {
