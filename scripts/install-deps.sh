@@ -15,7 +15,15 @@ arm_packages=(
 )
 
 missing=()
-is_installed() { dpkg-query -W -f='${Status}' "$1" 2>/dev/null | grep -q '^install ok installed$'; }
+native_arch=$(dpkg --print-architecture)
+# A name without ":arch" means the native (or architecture-independent) package; dpkg-query lists
+# every installed architecture of a multiarch package, one line each.
+is_installed() {
+    local name=${1%%:*} arch=$native_arch
+    [[ $1 == *:* ]] && arch=${1#*:}
+    dpkg-query -W -f='${Architecture} ${Status}\n' "$name" 2>/dev/null |
+        grep -qE "^($arch|all) install ok installed$"
+}
 
 want=("${native_packages[@]}")
 if [ "${SKIP_ARM:-0}" != 1 ]; then
