@@ -155,6 +155,12 @@ TEST_F(FormatTime, ReadsTheStampAsLocalTimeIgnoringAnyOffset) {
     EXPECT_EQ(inZone("<+01>-1", "2024-03-01T10:20:30+05:00"), "2024-03-01T09:20:30+00:00");
 }
 
+// A target with a 32-bit calendar time cannot hold 2040; the stamp then stays as it was cut.
+TEST_F(FormatTime, StampsBeyond2038NeedA64BitCalendarTime) {
+    const std::string result = inZone("<+01>-1", "2040-06-01T10:00:00+01:00");
+    EXPECT_EQ(result, sizeof(std::time_t) == 8 ? "2040-06-01T09:00:00+00:00" : "2040-06-01T10:00:00");
+}
+
 TEST_F(FormatTime, EmptyStampGivesThePresentMoment) {
     const std::time_t before = std::time(nullptr);
     const std::string result = inZone("<+01>-1", "");
