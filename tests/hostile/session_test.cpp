@@ -1,0 +1,149 @@
+// Whole sessions with the bundled sample router data: a router that drops the session between
+// login and fetch (the router simulator's fault switch), and a full session traced at every log
+// level that must not leak the password anywhere.
+#include <dirent.h>
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <iterator>
+
+#include "HostileSupport.h"
+#include "LinuxPlatform.h"
+#include "LogCapture.h"
+#include "ModuleTestSupport.h"
+#include "RouterSimulator.h"
+
+using namespace moduletest;
+using namespace hostile;
+using linux_platform::PhoneModel;
+
+namespace {
+
+const std::string kPassword = "Hostile#Kennwort-7731\xc3\x84";  // distinctive, with a non-ASCII byte pair
+
+routersim::RouterData sampleData() {
+    return routersim::RouterData::loadFromDirectory(FRITZBOX_SAMPLE_DATA_DIR);
+}
+
+std::string readFile(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(file), {});
+}
+
+std::vector<std::string> pictureContents() {
+    std::vector<std::string> contents;
+    DIR* directory = ::opendir(kPictureDirectory.c_str());
+    while (const dirent* entry = directory != nullptr ? ::readdir(directory) : nullptr) {
+        if (entry->d_name[0] != '.') {
+            contents.push_back(readFile(kPictureDirectory + entry->d_name));
+        }
+    }
+    if (directory != nullptr) {
+        ::closedir(directory);
+    }
+    return contents;
+}
+
+class DroppedSessionTest : public ::testing::Test {
+protected:
+    DroppedSessionTest() : simulator(sampleData(), options()) {
+        linux_platform::mapHost("fritz.box", "80", "127.0.0.1", std::to_string(simulator.start()));
+    }
+    void TearDown() override { linux_platform::clearHostMappings(); }
+
+    static routersim::SimulatorOptions options() {
+        routersim::SimulatorOptions options;
+        options.password = kPassword;
+        options.faults.dropSessions = true;
+        return options;
+    }
+
+    std::string personalDocumentCount() {
+        const std::string document = box.getData(kPersonal);
+        const std::size_t start = document.find("<numberOfRecords>") + 17;
+        return document.substr(start, document.find('<', start) - start);
+    }
+
+    testsupport::LogCapture log{6};
+    routersim::RouterSimulator simulator;
+    FritzBox box{"admin", kPassword};
+    FritzBoxTestAccess access{box};
+    std::string callToken;
+    std::string directoryToken;
+};
+
+// What the user sees: the login works, but the call list is the router's login page, whose lines
+// are all rejected (one level-2 line each), and the directory turns empty. The module never logs
+// in again by itself, so after the router recovers the same login page keeps coming back and is
+// reported as unchanged: the directory stays empty until a credential changes (or the service
+// restarts), which logs the stale session out and lets the next sync log in.
+TEST_F(DroppedSessionTest, TheStaleSessionIsKeptUntilACredentialChanges) {
+    EXPECT_TRUE(box.sync(kCallLogs, callToken)) << "the login page differs from the empty token";
+    EXPECT_TRUE(access.callLogIds().empty());
+    EXPECT_TRUE(log.contains("handleSingleCallLogRecord() record='<form method=\"post\" action=\"/\">'"));
+    EXPECT_TRUE(box.sync(kPersonal, directoryToken));
+    EXPECT_EQ(personalDocumentCount(), "0");
+    EXPECT_EQ(simulator.stats().logins, 1u);
+    EXPECT_EQ(simulator.stats().callListFetches + simulator.stats().exportFetches, 0u);
+
+    simulator.setFaults({});
+    EXPECT_FALSE(box.sync(kCallLogs, callToken)) << "the same login page: unchanged";
+    EXPECT_FALSE(box.sync(kPersonal, directoryToken));
+    EXPECT_EQ(personalDocumentCount(), "0");
+    EXPECT_EQ(simulator.stats().logins, 1u) << "no new login by itself";
+
+    box.setUsername("someone else");  // logs the stale session out
+    box.setUsername("admin");
+    EXPECT_TRUE(box.sync(kCallLogs, callToken));
+    EXPECT_FALSE(access.callLogIds().empty());
+    EXPECT_TRUE(box.sync(kPersonal, directoryToken));
+    EXPECT_NE(personalDocumentCount(), "0");
+    EXPECT_EQ(simulator.stats().logins, 2u);
+}
+
+// Login, call list, export with pictures and the logout that a password change makes, traced at
+// level 9 against a router that records every request whole.
+TEST(PasswordTest, ThePasswordAppearsInNoLogLineRequestOrPicture) {
+    const std::string newPassword = "Second#Kennwort-4419";
+    const routersim::RouterData data = sampleData();
+    testsupport::LogCapture log{9};
+    linux_platform::setPhoneModel(PhoneModel::Tern);
+    TestRouter router(kPassword);
+    router.callList = data.callListCsv;
+    router.phonebookExport = data.phonebookXml;
+    router.photos = data.photos;
+    std::vector<std::string> pictures;
+    {
+        FritzBox box("admin", kPassword);
+        std::string callToken;
+        std::string directoryToken;
+        ASSERT_TRUE(box.sync(kCallLogs, callToken)) << log.text();
+        ASSERT_TRUE(box.sync(kPersonal, directoryToken));
+        box.setPassword(newPassword);
+        pictures = pictureContents();
+    }
+    linux_platform::setPhoneModel(PhoneModel::Other);
+    linux_platform::clearHostMappings();
+
+    EXPECT_EQ(pictures.size(), data.photos.size()) << "every picture was stored";
+    EXPECT_EQ(router.count("/login_sid.lua?logout="), 1u);
+    for (const std::string& password : {kPassword, newPassword}) {
+        for (const auto& record : log.records()) {
+            EXPECT_EQ(record.message.find(password), std::string::npos) << record.message;
+        }
+        for (const ReceivedRequest& request : router.requests()) {
+            EXPECT_EQ(request.header("Authorization"), "") << "no credentials travel in any form";
+            EXPECT_EQ(request.target.find(password), std::string::npos) << request.target;
+            EXPECT_EQ(request.body.find(password), std::string::npos) << request.body;
+            for (const auto& header : request.headers) {
+                EXPECT_EQ(header.second.find(password), std::string::npos) << header.first;
+            }
+        }
+        for (const std::string& picture : pictures) {
+            EXPECT_EQ(picture.find(password), std::string::npos);
+        }
+    }
+    EXPECT_TRUE(log.contains("setPassword() m_password.length='" + std::to_string(newPassword.size()) + "'"));
+}
+
+}  // namespace
