@@ -155,31 +155,44 @@ bool replaceTokenIfChanged(const std::string& body, std::string& token) {
 
 // Hands `visit` what repeated ClientUtils::getStringBetweenKeywords(text, out, begin, end) calls
 // would hand out, in the same order and with the same text, until `visit` returns false or no
-// pair is left. Each such call removes the pair it found, and the text before and after it joins
-// up (so a new pair can even form across the seam). Done on the whole text, every removal would
-// move all of the rest: megabytes per record for a large phonebook. The extractions therefore
-// run on a window at the front of the text. A pair found inside the window is the first pair of
-// the whole text too, because an occurrence that runs past the window's end starts after any
-// occurrence inside it; a search that fails is repeated on a window twice as large, until the
-// window holds all that is left and the failure is final.
+// pair is left. Each such call removes the pair it found and joins the text before and after it,
+// so a new `begin` can form across the seam. Run on a copy of the text, every removal would move
+// the rest of it, and every search would scan again what the removals left in front: both cost
+// time in the square of the size for megabytes of small records. So the text is walked once from
+// `next`, and what the removals left in front of it is kept aside. That holds no `begin` (each
+// pair started at the first one), so a pair can start in its last begin.size() - 1 bytes only,
+// running on into the text; after such a pair it ends where that pair started.
 template <typename Visitor>
 void forEachExtraction(const std::string& text, const std::string& begin, const std::string& end, Visitor visit) {
-    const std::size_t kMinimumGrowth = 16 * 1024;
-    std::string window;
-    std::size_t taken = 0;
-    std::string between;
+    if (begin.empty() || end.empty()) {
+        return;
+    }
+    std::string keptInFront;
+    std::size_t next = 0;
     for (;;) {
-        if (ClientUtils::getStringBetweenKeywords(window, between, begin, end)) {
-            if (!visit(between)) {
-                return;
-            }
-        } else if (taken < text.size()) {
-            const std::size_t growth = std::max(window.size(), kMinimumGrowth);
-            window.append(text, taken, growth);
-            taken = std::min(text.size(), taken + growth);
-        } else {
+        const std::size_t tail = std::min(keptInFront.size(), begin.size() - 1);
+        const std::size_t seamAt =
+            (keptInFront.substr(keptInFront.size() - tail) + text.substr(next, begin.size() - 1)).find(begin);
+        const bool acrossSeam = seamAt < tail;
+        const std::size_t beginAt = acrossSeam ? std::string::npos : text.find(begin, next);
+        if (!acrossSeam && beginAt == std::string::npos) {
             return;
         }
+        const std::size_t contentAt = acrossSeam ? next + begin.size() - (tail - seamAt) : beginAt + begin.size();
+        const std::size_t endAt = text.find(end, contentAt);
+        if (endAt == std::string::npos) {
+            return;
+        }
+        if (acrossSeam) {
+            keptInFront.resize(keptInFront.size() - tail + seamAt);
+        } else {
+            keptInFront.append(text, next, beginAt - next);
+        }
+        std::string between = text.substr(contentAt, endAt - contentAt);
+        if (!visit(between)) {
+            return;
+        }
+        next = endAt + end.size();
     }
 }
 
