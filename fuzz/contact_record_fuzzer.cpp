@@ -1,0 +1,57 @@
+// One phonebook contact through the module's conversion (handleSinglePhonebookRecord), on a
+// phone model without pictures: keyword cutting only, no network.
+#include "FritzBox.h"
+#include "FuzzSupport.h"
+#include "ModuleTestSupport.h"
+
+namespace {
+
+const std::string kNameOpen = "<entry><name>";
+const std::string kNameClose = "</name><number>";
+const std::string kEntryClose = "</number></entry>";
+
+// The one entry a contact may add, split into name and number; false when it is not of the form
+// the directory document needs.
+bool splitEntry(const std::string& entry, std::string& name, std::string& number) {
+    const std::size_t nameEnd = entry.find(kNameClose);
+    if (entry.compare(0, kNameOpen.size(), kNameOpen) != 0 || nameEnd == std::string::npos ||
+        entry.size() < nameEnd + kNameClose.size() + kEntryClose.size() ||
+        entry.compare(entry.size() - kEntryClose.size(), kEntryClose.size(), kEntryClose) != 0) {
+        return false;
+    }
+    name = entry.substr(kNameOpen.size(), nameEnd - kNameOpen.size());
+    const std::size_t numberStart = nameEnd + kNameClose.size();
+    number = entry.substr(numberStart, entry.size() - kEntryClose.size() - numberStart);
+    return true;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    linux_platform::setPhoneModel(linux_platform::PhoneModel::Other);
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    static fuzzsupport::LogWatch logs;
+    const std::string record = fuzzsupport::asString(data, size);
+    logs.clear();
+    FritzBox box("admin", fuzzsupport::kPassword);
+    FritzBoxTestAccess access(box);
+    access.handlePhonebookRecord(record);
+
+    FUZZ_CHECK(access.phoneBookSize() == 0 || access.phoneBookSize() == 1);
+    if (access.phoneBookSize() == 0) {
+        FUZZ_CHECK(access.phonebookXml().empty());
+    } else {
+        std::string name;
+        std::string number;
+        FUZZ_CHECK(splitEntry(access.phonebookXml(), name, number));
+        // Both are text between ">" and "<" of the record, so they cannot open or close a tag.
+        FUZZ_CHECK(name.find('<') == std::string::npos && number.find('<') == std::string::npos);
+        FUZZ_CHECK(record.find(name) != std::string::npos && record.find(number) != std::string::npos);
+        FUZZ_CHECK(!number.empty() && number.find('@') == std::string::npos);
+    }
+    fuzzsupport::checkPasswordKept(record, logs, nullptr);
+    return 0;
+}

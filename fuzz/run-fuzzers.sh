@@ -1,0 +1,53 @@
+#!/usr/bin/env bash
+# Runs the fuzz targets one after another, each on its own growing corpus seeded from
+# fuzz/corpus/<target>.
+#   fuzz/run-fuzzers.sh BUILD_DIR WORK_DIR SECONDS [RUNS] [TARGET...]
+# SECONDS bounds each target's run; RUNS (0: no bound) bounds its executions. New inputs go to
+# WORK_DIR/<target>, crash inputs to WORK_DIR/artifacts; the seed corpora are only read.
+#
+# The targets create and delete the phone's picture directory /data/images/fritzbox/, which the
+# test suite uses too. As root the run gets a private tmpfs there (a mount namespace of its own),
+# so it neither disturbs tests running beside it nor wears the disk with millions of files.
+set -euo pipefail
+
+if [[ $# -lt 3 ]]; then
+    echo "usage: $0 BUILD_DIR WORK_DIR SECONDS [RUNS] [TARGET...]" >&2
+    exit 2
+fi
+source_dir="$(cd "$(dirname "$0")" && pwd)"
+build_dir="$(cd "$1" && pwd)"
+work_dir="$2"
+seconds="$3"
+runs="${4:-0}"
+shift $(($# < 4 ? $# : 4))
+targets=("$@")
+if [[ ${#targets[@]} -eq 0 ]]; then
+    targets=(call_record_fuzzer call_list_fuzzer contact_record_fuzzer phonebook_export_fuzzer
+             keyword_extraction_fuzzer serializer_fuzzer)
+fi
+
+if [[ -z "${FUZZ_PRIVATE_PICTURES:-}" && $(id -u) -eq 0 ]] &&
+    unshare --mount --propagation private true 2>/dev/null; then
+    mkdir -p /data/images
+    exec unshare --mount --propagation private env FUZZ_PRIVATE_PICTURES=1 \
+        bash -c 'mount -t tmpfs -o size=64m fuzz-pictures /data/images && exec bash "$@"' \
+        fuzz-pictures "$0" "$build_dir" "$work_dir" "$seconds" "$runs" "${targets[@]}"
+fi
+
+mkdir -p "$work_dir/artifacts"
+for target in "${targets[@]}"; do
+    mkdir -p "$work_dir/$target"
+    echo "== $target: ${seconds}s$([[ $runs -gt 0 ]] && echo ", at most $runs runs")"
+    log="$work_dir/$target.log"
+    # -timeout: one input that takes this long is a hang (the module's I/O time-out is 5 s).
+    status=0
+    "$build_dir/bin/$target" -max_total_time="$seconds" -runs="$((runs > 0 ? runs : -1))" -timeout=30 \
+        -print_final_stats=1 -artifact_prefix="$work_dir/artifacts/$target-" \
+        "$work_dir/$target" "$source_dir/corpus/$target" >"$log" 2>&1 || status=$?
+    if [[ $status -ne 0 ]]; then
+        tail -n 60 "$log" >&2
+        echo "$target failed (exit $status); the input is in $work_dir/artifacts" >&2
+        exit "$status"
+    fi
+    grep -E '^(#[0-9]+[[:space:]]+(INITED|DONE)|stat::(number_of_executed_units|new_units_added|peak_rss_mb))' "$log" || true
+done
