@@ -32,10 +32,33 @@ test-arm: deps
 	cmake --build $(ARM_BUILD_DIR) -j $(JOBS)
 	ctest --test-dir $(ARM_BUILD_DIR) $(CTEST_FLAGS)
 
-# One after the other, never in parallel: both runs use the fixed picture directory.
+# The whole suite with AddressSanitizer and UndefinedBehaviorSanitizer; any report fails its test.
+test-asan: deps
+	cmake -S . -B $(ASAN_BUILD_DIR) -G Ninja -DFRITZBOX_SANITIZE=ON
+	cmake --build $(ASAN_BUILD_DIR) -j $(JOBS)
+	ctest --test-dir $(ASAN_BUILD_DIR) $(CTEST_FLAGS)
+
+# The libFuzzer targets (clang), one after the other, each for FUZZ_SECONDS (and at most FUZZ_RUNS
+# inputs when set) on its corpus in FUZZ_WORK_DIR, seeded from fuzz/corpus/. With FUZZ_OPTIONAL=1 a
+# machine without clang skips them instead of failing.
+FUZZ_SECONDS  ?= 60
+FUZZ_RUNS     ?= 0
+FUZZ_WORK_DIR ?= fuzz-corpus-work
+fuzz: deps
+	@if ! command -v clang++ >/dev/null; then \
+	  echo "fuzz: clang++ not found"; [ "$(FUZZ_OPTIONAL)" = 1 ]; exit; fi; \
+	CC=clang CXX=clang++ cmake -S . -B $(FUZZ_BUILD_DIR) -G Ninja -DFRITZBOX_BUILD_FUZZ=ON -DFRITZBOX_SANITIZE=ON \
+	  -DFRITZBOX_BUILD_TESTS=OFF -DFRITZBOX_BUILD_TOOLS=OFF && \
+	cmake --build $(FUZZ_BUILD_DIR) -j $(JOBS) --target fuzzers && \
+	bash fuzz/run-fuzzers.sh $(FUZZ_BUILD_DIR) $(FUZZ_WORK_DIR) $(FUZZ_SECONDS) $(FUZZ_RUNS)
+
+# One after the other, never in parallel: all runs use the fixed picture directory. The fuzz
+# smoke run takes about half a minute.
 test:
 	$(MAKE) test-native
 	$(MAKE) test-arm
+	$(MAKE) test-asan
+	$(MAKE) fuzz FUZZ_SECONDS=10 FUZZ_RUNS=20000 FUZZ_WORK_DIR=$(FUZZ_BUILD_DIR)/smoke-corpus FUZZ_OPTIONAL=1
 
 # The module's library as a phone firmware build takes it: release flags, stripped copy in
 # $(ARM_MODULE_BUILD_DIR)/stripped/. Needs only the cross compiler, so no deps step.
