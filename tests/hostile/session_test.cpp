@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <functional>
 #include <iterator>
 
 #include "HostileSupport.h"
@@ -44,9 +45,9 @@ std::vector<std::string> pictureContents() {
     return contents;
 }
 
-class DroppedSessionTest : public ::testing::Test {
+class SampleRouterTest : public ::testing::Test {
 protected:
-    DroppedSessionTest() : simulator(sampleData(), options()) {
+    SampleRouterTest() : simulator(sampleData(), options()) {
         linux_platform::mapHost("fritz.box", "80", "127.0.0.1", std::to_string(simulator.start()));
     }
     void TearDown() override { linux_platform::clearHostMappings(); }
@@ -54,8 +55,13 @@ protected:
     static routersim::SimulatorOptions options() {
         routersim::SimulatorOptions options;
         options.password = kPassword;
-        options.faults.dropSessions = true;
         return options;
+    }
+
+    void setFaults(const std::function<void(routersim::Faults&)>& change) {
+        routersim::Faults faults;
+        change(faults);
+        simulator.setFaults(faults);
     }
 
     std::string personalDocumentCount() {
@@ -77,7 +83,8 @@ protected:
 // in again by itself, so after the router recovers the same login page keeps coming back and is
 // reported as unchanged: the directory stays empty until a credential changes (or the service
 // restarts), which logs the stale session out and lets the next sync log in.
-TEST_F(DroppedSessionTest, TheStaleSessionIsKeptUntilACredentialChanges) {
+TEST_F(SampleRouterTest, ADroppedSessionIsKeptUntilACredentialChanges) {
+    setFaults([](routersim::Faults& faults) { faults.dropSessions = true; });
     EXPECT_TRUE(box.sync(kCallLogs, callToken)) << "the login page differs from the empty token";
     EXPECT_TRUE(access.callLogIds().empty());
     EXPECT_TRUE(log.contains("handleSingleCallLogRecord() record='<form method=\"post\" action=\"/\">'"));
@@ -99,6 +106,35 @@ TEST_F(DroppedSessionTest, TheStaleSessionIsKeptUntilACredentialChanges) {
     EXPECT_TRUE(box.sync(kPersonal, directoryToken));
     EXPECT_NE(personalDocumentCount(), "0");
     EXPECT_EQ(simulator.stats().logins, 2u);
+}
+
+// 404 counts as a usable answer, so the router's error page becomes the data: the call list has
+// no records and the directory turns empty, reported as a change. Any other error status fails
+// the sync; the object's directory document is empty then too (every fetch starts by clearing
+// it), so only a phone that keeps its last document over a false sync still shows the contacts.
+// A router that closes every connection costs a new connection per request but no data.
+TEST_F(SampleRouterTest, ErrorStatusesAndClosedConnections) {
+    ASSERT_TRUE(box.sync(kPersonal, directoryToken));
+    const std::string filled = personalDocumentCount();
+    EXPECT_NE(filled, "0");
+
+    setFaults([](routersim::Faults& faults) { faults.forceStatus = 500; });
+    EXPECT_FALSE(box.sync(kPersonal, directoryToken));
+    EXPECT_EQ(personalDocumentCount(), "0");
+
+    setFaults([](routersim::Faults& faults) { faults.forceStatus = 404; });
+    EXPECT_TRUE(box.sync(kPersonal, directoryToken));
+    EXPECT_EQ(personalDocumentCount(), "0");
+    EXPECT_TRUE(box.sync(kCallLogs, callToken));
+    EXPECT_TRUE(access.callLogIds().empty());
+
+    setFaults([](routersim::Faults& faults) { faults.closeConnections = true; });
+    simulator.resetStats();
+    EXPECT_TRUE(box.sync(kPersonal, directoryToken));
+    EXPECT_EQ(personalDocumentCount(), filled);
+    EXPECT_TRUE(box.sync(kCallLogs, callToken));
+    EXPECT_FALSE(access.callLogIds().empty());
+    EXPECT_EQ(simulator.stats().connections, simulator.stats().requests - 1) << "only the first used the kept one";
 }
 
 // Login, call list, export with pictures and the logout that a password change makes, traced at
