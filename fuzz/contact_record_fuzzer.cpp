@@ -49,7 +49,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         FUZZ_CHECK(splitEntry(access.phonebookXml(), name, number));
         // Both are text between ">" and "<" of the record, so they cannot open or close a tag.
         FUZZ_CHECK(name.find('<') == std::string::npos && number.find('<') == std::string::npos);
-        FUZZ_CHECK(record.find(name) != std::string::npos && record.find(number) != std::string::npos);
+        // The number need not be: cutting out the name element joins the text around it.
+        FUZZ_CHECK(record.find(name) != std::string::npos);
         FUZZ_CHECK(!number.empty() && number.find('@') == std::string::npos);
     }
     fuzzsupport::checkPasswordKept(record, logs, nullptr);
