@@ -214,26 +214,26 @@ int HttpClientState::readMoreData(SecureConnection* connection, std::string& out
 // Reads one line ending in LF (a preceding CR is dropped). `budget` limits the bytes the line may
 // take and is reduced by what it took.
 bool HttpClientState::readLine(std::size_t& budget, std::string& line) {
-    std::string& inbox = stream().inbox();
     std::size_t scanned = 0;
     for (;;) {
-        const std::size_t end = inbox.find('\n', scanned);
-        if (end != std::string::npos) {
+        const std::string_view unread = stream().unread();
+        const std::size_t end = unread.find('\n', scanned);
+        if (end != std::string_view::npos) {
             if (end >= budget) {
                 return false;
             }
             budget -= end + 1;
-            line.assign(inbox, 0, end);
-            inbox.erase(0, end + 1);
+            line.assign(unread.data(), end);
+            stream().consume(end + 1);
             if (!line.empty() && line.back() == '\r') {
                 line.pop_back();
             }
             return true;
         }
-        if (inbox.size() >= budget) {
+        if (unread.size() >= budget) {
             return false;
         }
-        scanned = inbox.size();
+        scanned = unread.size();
         if (stream().receiveMore(m_timeoutMs) != SecureConnectionImpl::ReceiveResult::Data) {
             return false;
         }
@@ -344,16 +344,16 @@ bool HttpClientState::readBodyPiece(std::string& out, std::size_t& budget) {
 // Moves received bytes of the current Content-Length body or chunk into `out`; the peer closing
 // before they are all there fails the read.
 bool HttpClientState::takeFramedBytes(std::string& out, std::size_t& budget) {
-    std::string& inbox = stream().inbox();
-    if (inbox.empty() && stream().receiveMore(m_timeoutMs) != SecureConnectionImpl::ReceiveResult::Data) {
+    if (stream().unread().empty() && stream().receiveMore(m_timeoutMs) != SecureConnectionImpl::ReceiveResult::Data) {
         return false;
     }
-    std::size_t count = inbox.size() < budget ? inbox.size() : budget;
+    const std::string_view unread = stream().unread();
+    std::size_t count = unread.size() < budget ? unread.size() : budget;
     if (count > m_framedBytesLeft) {
         count = static_cast<std::size_t>(m_framedBytesLeft);
     }
-    out.append(inbox, 0, count);
-    inbox.erase(0, count);
+    out.append(unread.data(), count);
+    stream().consume(count);
     budget -= count;
     m_framedBytesLeft -= count;
     m_bodyBytesRead += count;
@@ -362,8 +362,7 @@ bool HttpClientState::takeFramedBytes(std::string& out, std::size_t& budget) {
 
 // A body without length or chunking ends where the peer closes the connection.
 bool HttpClientState::takeBytesUntilClose(std::string& out, std::size_t& budget) {
-    std::string& inbox = stream().inbox();
-    if (inbox.empty()) {
+    if (stream().unread().empty()) {
         const SecureConnectionImpl::ReceiveResult received = stream().receiveMore(m_timeoutMs);
         if (received == SecureConnectionImpl::ReceiveResult::PeerClosed) {
             m_bodyComplete = true;
@@ -373,9 +372,10 @@ bool HttpClientState::takeBytesUntilClose(std::string& out, std::size_t& budget)
             return false;
         }
     }
-    const std::size_t count = inbox.size() < budget ? inbox.size() : budget;
-    out.append(inbox, 0, count);
-    inbox.erase(0, count);
+    const std::string_view unread = stream().unread();
+    const std::size_t count = unread.size() < budget ? unread.size() : budget;
+    out.append(unread.data(), count);
+    stream().consume(count);
     budget -= count;
     m_bodyBytesRead += count;
     return m_bodyBytesRead <= kMaxBodyBytes;

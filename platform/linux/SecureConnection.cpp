@@ -209,7 +209,7 @@ bool SecureConnectionImpl::isUsable() const {
     if (m_exchangeOpen) {
         return !m_exchangeOwner.expired();
     }
-    return m_inbox.empty() && idleStreamIsClean();
+    return unread().empty() && idleStreamIsClean();
 }
 
 // Between exchanges nothing may arrive: a readable socket means end of stream, a reset, or bytes
@@ -223,6 +223,7 @@ bool SecureConnectionImpl::idleStreamIsClean() const {
 void SecureConnectionImpl::close() {
     closeSocket();
     m_inbox.clear();
+    m_consumed = 0;
     endExchange();
 }
 
@@ -252,6 +253,10 @@ bool SecureConnectionImpl::sendAll(const char* data, std::size_t length, int tim
 }
 
 SecureConnectionImpl::ReceiveResult SecureConnectionImpl::receiveMore(int timeoutMs) {
+    // Only an incomplete line or nothing at all is left unread when more is asked for, so this
+    // moves few bytes.
+    m_inbox.erase(0, m_consumed);
+    m_consumed = 0;
     while (m_fd >= 0) {
         char buffer[32 * 1024];
         const ssize_t received = ::recv(m_fd, buffer, sizeof buffer, 0);

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <memory>
 #include <string>
+#include <string_view>
 
 namespace linux_platform {
 namespace detail {
@@ -38,10 +39,14 @@ public:
     // Sends all bytes, each wait for socket space bounded by `timeoutMs`; closes the connection
     // and returns false on failure.
     bool sendAll(const char* data, std::size_t length, int timeoutMs);
-    // Appends what one receive returns to inbox(), waiting at most `timeoutMs` for it. A failure
-    // closes the connection; after the peer's end of stream the inbox stays readable.
+    // Appends what one receive returns to the unread bytes, waiting at most `timeoutMs` for it. A
+    // failure closes the connection; after the peer's end of stream the unread bytes stay readable.
     ReceiveResult receiveMore(int timeoutMs);
-    std::string& inbox() { return m_inbox; }
+    // The bytes received but not consumed yet. Consuming (at most unread().size() bytes) only moves
+    // a position: taking many small pieces (chunk lines, small chunks) off a full buffer would
+    // otherwise move all of the rest each time. receiveMore() drops the consumed bytes.
+    std::string_view unread() const { return std::string_view(m_inbox).substr(m_consumed); }
+    void consume(std::size_t count) { m_consumed += count; }
 
     // An exchange runs from a sent request to the end of its response body. `owner` stands for
     // the HTTP client reading it: once the owner is gone with the body unread, the stream holds
@@ -60,6 +65,7 @@ private:
     int m_fd = -1;
     bool m_peerClosed = false;
     std::string m_inbox;
+    std::size_t m_consumed = 0;  // bytes at the front of m_inbox that are already taken
     bool m_exchangeOpen = false;
     std::weak_ptr<void> m_exchangeOwner;
 };
