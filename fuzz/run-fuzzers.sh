@@ -6,8 +6,9 @@
 # WORK_DIR/<target>, crash inputs to WORK_DIR/artifacts; the seed corpora are only read.
 #
 # The targets create and delete the phone's picture directory /data/images/fritzbox/, which the
-# test suite uses too. As root the run gets a private tmpfs there (a mount namespace of its own),
-# so it neither disturbs tests running beside it nor wears the disk with millions of files.
+# test suite uses too. As root, where mount namespaces are allowed, the run gets a private tmpfs
+# there, so it neither disturbs tests running beside it nor churns the disk with millions of
+# files; elsewhere it uses the real directory.
 set -euo pipefail
 
 if [[ $# -lt 3 ]]; then
@@ -26,9 +27,9 @@ if [[ ${#targets[@]} -eq 0 ]]; then
              keyword_extraction_fuzzer serializer_fuzzer)
 fi
 
-if [[ -z "${FUZZ_PRIVATE_PICTURES:-}" && $(id -u) -eq 0 ]] &&
-    unshare --mount --propagation private true 2>/dev/null; then
-    mkdir -p /data/images
+# The probe mounts in a namespace of its own, which ends with it.
+if [[ -z "${FUZZ_PRIVATE_PICTURES:-}" && $(id -u) -eq 0 ]] && mkdir -p /data/images &&
+    unshare --mount --propagation private mount -t tmpfs fuzz-probe /data/images 2>/dev/null; then
     exec unshare --mount --propagation private env FUZZ_PRIVATE_PICTURES=1 \
         bash -c 'mount -t tmpfs -o size=64m fuzz-pictures /data/images && exec bash "$@"' \
         fuzz-pictures "$0" "$build_dir" "$work_dir" "$seconds" "$runs" "${targets[@]}"
