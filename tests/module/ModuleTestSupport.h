@@ -12,6 +12,7 @@
 #include "LinuxPlatform.h"
 #include "LogCapture.h"
 #include "ScriptedRouter.h"
+#include "SecureTransport.h"
 
 class FritzBoxTestAccess {
 public:
@@ -20,6 +21,7 @@ public:
     std::string& sid() { return m_box.m_sid; }
     bool isValidSid() { return m_box.isValidSid(); }
     bool hasConnection() const { return m_box.m_secureConn != nullptr || m_box.m_transportContext != nullptr; }
+    bool connectionUsable() const { return m_box.m_secureConn != nullptr && m_box.m_secureConn->isUsable(); }
     void clearSecureConnection(bool force) { m_box.clearSecureConnection(force); }
     std::int32_t callListSize() const { return m_box.m_callListSize; }
     std::int32_t phoneBookSize() const { return m_box.m_phoneBookSize; }

@@ -2,6 +2,9 @@
 // loopback TCP.
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <thread>
+
 #include "LinuxPlatform.h"
 #include "LogCapture.h"
 #include "ModuleTestSupport.h"
@@ -208,7 +211,12 @@ TEST_F(RouterConnectionTest, ConnectionClosedByTheRouterIsReplaced) {
     ASSERT_TRUE(access.exchange("/after").ok);
     EXPECT_EQ(router.scripted().connectionCount(), 2u);
 
-    router.scripted().closeIdleConnections();  // the router drops the kept connection silently
+    // The router drops the kept connection silently. Once the hang-up has arrived, the next
+    // exchange opens a new connection instead of failing on the dead one.
+    router.scripted().closeIdleConnections();
+    for (int wait = 0; wait < 500 && access.connectionUsable(); ++wait) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
     ASSERT_TRUE(access.exchange("/again").ok);
     EXPECT_EQ(router.scripted().connectionCount(), 3u);
 
