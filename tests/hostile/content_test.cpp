@@ -79,8 +79,9 @@ protected:
 };
 
 // Only the text after the last "/" names the local file. Encoded or backslashed traversal is a
-// plain file name here; "." and ".." name the directory itself, which cannot be opened as a
-// file; a location with a space or a line break cannot become a request line at all.
+// plain file name here; "." and ".." name the directory itself and a 304-byte name is too long,
+// so neither can be opened as a file; a location with a space or a line break cannot become a
+// request line at all. Each such contact is listed without its picture.
 TEST_F(ContentTest, PictureLocationsCannotLeaveTheDirectory) {
     router.phonebookExport =
         exportOf(contact("Dots", "01", "file:///var/media/ftp/FRITZ/fonpix/../../../../../tmp/hostile-escape.jpg") +
