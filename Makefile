@@ -71,6 +71,16 @@ arm-module:
 	  $(ARM_MODULE_BUILD_DIR)/lib/libfritzbox-xsi-module.so
 	scripts/check-module-library.sh $(ARM_MODULE_BUILD_DIR)/lib/libfritzbox-xsi-module.so arm-linux-gnueabihf-nm
 
+# The benchmarks, peak memory and library sizes of docs/performance.md, in a Release build; about
+# two minutes once built. BENCH_REPETITIONS=N repeats each benchmark N times (default 5); with
+# BENCH_BASELINE="<commit>..." the phonebook curves of those commits are measured too (each built
+# in a worktree under /tmp). arm-module provides the ARM library whose size is reported.
+bench: deps
+	cmake -S . -B $(BENCH_BUILD_DIR) -G Ninja -DCMAKE_BUILD_TYPE=Release -DFRITZBOX_BUILD_BENCH=ON
+	cmake --build $(BENCH_BUILD_DIR) -j $(JOBS)
+	$(MAKE) arm-module
+	bench/run-benchmarks.sh $(BENCH_BUILD_DIR) $(ARM_MODULE_BUILD_DIR)
+
 format:
 	clang-format -i $$(git ls-files '*.cpp' '*.h')
 
