@@ -332,6 +332,11 @@ bool FritzBox::connectionHandler(const std::string& path, std::string body, Http
                 "responseData.length(): %d",
                 static_cast<int>(statusCode), result, kMaxResponseLength, totalLength,
                 static_cast<int>(responseData.length()));
+            // The announced length (the platform refuses implausible ones) lets the body grow in
+            // place instead of being copied at every doubling of the string.
+            if (totalLength > 0) {
+                responseData.reserve(static_cast<std::size_t>(totalLength));
+            }
             while (result == HttpClientIfc::MORE_DATA) {
                 std::string more;
                 result = client->readMoreData(m_secureConn.get(), more, kMaxResponseLength);
