@@ -66,6 +66,7 @@ const std::string kImageDirectory = "/data/images/fritzbox/";
 const char* const kRouterHost = "fritz.box";
 const char* const kRequestPort = "80";
 const int kMaxResponseLength = 204800;
+const std::size_t kMaxReservedResponse = 16u * 1024u * 1024u;
 const std::int32_t kMaxRedirectDepth = 4;
 const std::int32_t kMaxCallListRecords = 50;
 const std::size_t kSkippedCallListLines = 2;
@@ -332,10 +333,10 @@ bool FritzBox::connectionHandler(const std::string& path, std::string body, Http
                 "responseData.length(): %d",
                 static_cast<int>(statusCode), result, kMaxResponseLength, totalLength,
                 static_cast<int>(responseData.length()));
-            // The announced length (the platform refuses implausible ones) lets the body grow in
-            // place instead of being copied at every doubling of the string.
+            // The announced length lets the body grow in place instead of being copied at every
+            // doubling. It is the router's word, so no more than a large export is set aside on it.
             if (totalLength > 0) {
-                responseData.reserve(static_cast<std::size_t>(totalLength));
+                responseData.reserve(std::min(static_cast<std::size_t>(totalLength), kMaxReservedResponse));
             }
             while (result == HttpClientIfc::MORE_DATA) {
                 std::string more;
