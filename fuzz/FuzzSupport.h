@@ -2,15 +2,14 @@
 // Pieces shared by the fuzz targets: a lean router on loopback that answers from the current
 // input, a log watch that looks for the password in every written line, and checks of what the
 // module leaves behind (documents, picture files).
-#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <mutex>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "LinuxPlatform.h"
+#include "ScriptedRouter.h"
 
 // Stops the fuzzer with a readable message when an invariant does not hold.
 #define FUZZ_CHECK(condition) \
@@ -45,10 +44,10 @@ private:
     std::vector<std::string> m_messages;
 };
 
-// An HTTP/1.1 router on 127.0.0.1, mapped as fritz.box:80, serving one connection at a time on a
-// background thread. Every login succeeds; the call list and the phonebook export are whatever was
-// set last; every photo is a small fixed picture. Unlike the test fixtures it keeps no request
-// history, so it can serve millions of inputs in one process.
+// A router on 127.0.0.1, mapped as fritz.box:80. Every login succeeds; the call list and the
+// phonebook export are whatever was set last; every photo is a small fixed picture. It keeps no
+// request history beyond the text it is asked about, so it can serve millions of inputs in one
+// process.
 class FuzzRouter {
 public:
     static const std::string kSid;
@@ -60,24 +59,18 @@ public:
 
     void setCallList(std::string body);
     void setExport(std::string body);
-    // True when some request line or request body contained `text` since the last clear.
+    // True when some request line, header or body contained `text` since the last clear.
     bool requestsContained(const std::string& text) const;
     void clearRequests();
 
 private:
-    void run();
-    void serve(int fd);
-    bool readRequest(int fd, std::string& buffer, std::string& head, std::string& body);
-    std::string answer(const std::string& requestLine);
-    bool waitReadable(int fd) const;
+    testsupport::ScriptedReply answer(const testsupport::ReceivedRequest& request);
 
-    int m_listenFd = -1;
-    int m_stopPipe[2] = {-1, -1};
     mutable std::mutex m_mutex;
     std::string m_callList;
     std::string m_export;
-    std::string m_requestText;  // request lines and bodies since the last clear
-    std::thread m_thread;
+    std::string m_requestText;             // request lines, headers and bodies since the last clear
+    testsupport::ScriptedRouter m_router;  // last, so it stops before the state it answers from goes
 };
 
 // The password may show up in a log line or a request only where the input itself carries it

@@ -198,7 +198,12 @@ std::vector<ReceivedRequest> ScriptedRouter::requests() const {
 
 std::size_t ScriptedRouter::requestCount() const {
     std::lock_guard<std::mutex> lock(m_mutex);
-    return m_requests.size();
+    return m_requestCount;
+}
+
+void ScriptedRouter::setKeepHistory(bool keep) {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_keepHistory = keep;
 }
 
 std::size_t ScriptedRouter::connectionCount() const {
@@ -308,7 +313,10 @@ ScriptedReply ScriptedRouter::replyFor(const ReceivedRequest& request) {
     Handler handler;
     {
         std::lock_guard<std::mutex> lock(m_mutex);
-        m_requests.push_back(request);
+        ++m_requestCount;
+        if (m_keepHistory) {
+            m_requests.push_back(request);
+        }
         if (!m_queue.empty()) {
             ScriptedReply reply = std::move(m_queue.front());
             m_queue.pop_front();

@@ -62,6 +62,9 @@ public:
     // Replies used in order, one per request, before the handler is asked.
     void queueReply(ScriptedReply reply);
 
+    // Keeps every request for requests() (the default). Off, only the count is kept, so that a
+    // router answering millions of requests in one process does not grow.
+    void setKeepHistory(bool keep);
     std::vector<ReceivedRequest> requests() const;
     std::size_t requestCount() const;
     std::size_t connectionCount() const;
@@ -105,6 +108,8 @@ private:
     Handler m_handler;
     std::deque<ScriptedReply> m_queue;
     std::vector<ReceivedRequest> m_requests;
+    std::size_t m_requestCount = 0;
+    bool m_keepHistory = true;
     std::list<Connection> m_connections;
     std::thread m_acceptThread;
 };
