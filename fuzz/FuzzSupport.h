@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "FritzBox.h"
 #include "LinuxPlatform.h"
 #include "ScriptedRouter.h"
 
@@ -71,6 +72,19 @@ private:
     std::string m_export;
     std::string m_requestText;             // request lines, headers and bodies since the last clear
     testsupport::ScriptedRouter m_router;  // last, so it stops before the state it answers from goes
+};
+
+// One router and one module object for a whole run, as the phone keeps them.
+struct RouterSession {
+    LogWatch logs;
+    FuzzRouter router;
+    FritzBox box{"admin", kPassword};
+
+    // Forgets the requests and log lines of the previous input.
+    void startInput() {
+        router.clearRequests();
+        logs.clear();
+    }
 };
 
 // The password may show up in a log line or a request only where the input itself carries it

@@ -12,21 +12,13 @@ const std::string kEmptyCallLogs =
     "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<CallLogs xmlns=\"http://schema.broadsoft.com/xsi\"><placed></placed>"
     "<received></received><missed></missed></CallLogs>";
 
-// One router and one logged-in object for the whole run, as the phone keeps them.
-struct Session {
-    fuzzsupport::LogWatch logs;
-    fuzzsupport::FuzzRouter router;
-    FritzBox box{"admin", fuzzsupport::kPassword};
-};
-
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static Session session;
+    static fuzzsupport::RouterSession session;
     const std::string body = fuzzsupport::asString(data, size);
+    session.startInput();
     session.router.setCallList(body);
-    session.router.clearRequests();
-    session.logs.clear();
 
     std::string token;  // empty, so that every input counts as a changed list
     FUZZ_CHECK(session.box.sync(Broadsoft::Filters::CallLogs, token));

@@ -9,12 +9,6 @@ namespace {
 
 const std::string kStoreLinePrefix = "retrieveContactImage() store imageFile[";
 
-struct Session {
-    fuzzsupport::LogWatch logs;
-    fuzzsupport::FuzzRouter router;
-    FritzBox box{"admin", fuzzsupport::kPassword};
-};
-
 std::size_t occurrences(const std::string& text, const std::string& word) {
     std::size_t count = 0;
     for (std::size_t at = text.find(word); at != std::string::npos; at = text.find(word, at + word.size())) {
@@ -40,11 +34,10 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static Session session;
+    static fuzzsupport::RouterSession session;
     const std::string exported = fuzzsupport::asString(data, size);
+    session.startInput();
     session.router.setExport(exported);
-    session.router.clearRequests();
-    session.logs.clear();
 
     std::string token;
     FUZZ_CHECK(session.box.sync(Broadsoft::Filters::Personal, token));
