@@ -5,12 +5,18 @@
 #include <cstring>
 #include <fstream>
 
+#include "CallRecordScanner.h"
 #include "ClientUtils.h"
 #include "Cryptographer.h"
+#include "ExportWalk.h"
 #include "HardwareVersion.h"
 #include "Logging.h"
 #include "SecureTransport.h"
 #include "Storage.h"
+
+using fritzbox_detail::CallRecordFields;
+using fritzbox_detail::kDateCapacity;
+using fritzbox_detail::kTextCapacity;
 
 namespace {
 
@@ -74,10 +80,7 @@ const char* const kInvalidSid = "0000000000000000";
 const char* const kXsiNamespace = "http://schema.broadsoft.com/xsi";
 const char* const kXmlDeclaration = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
 
-// Scratch field capacities of one call-list record, terminator included.
-const std::size_t kTypeCapacity = 4;
-const std::size_t kDateCapacity = 16;
-const std::size_t kTextCapacity = 100;
+// Scratch field capacities beyond the scanner's, terminator included.
 const std::size_t kDatePartCapacity = 4;
 const std::size_t kTimeTextCapacity = 20;
 
@@ -93,55 +96,6 @@ bool beginsWith(const std::string& text, const char* prefix) {
     return text.compare(0, std::strlen(prefix), prefix) == 0;
 }
 
-// The first four ";"-separated fields of a record as sscanf sees it (up to the first NUL byte)
-// fit their scratch fields. An overlong field rejects the whole record: cutting it would file a
-// wrong number or name, and the router never sends such fields for a real call. The date field
-// holds at most 15 characters, so "dd.mm.yy" and "HH:MM" may be apart by one or two blanks.
-bool callRecordFieldsFit(const std::string& record) {
-    const std::size_t capacities[] = {kTypeCapacity, kDateCapacity, kTextCapacity, kTextCapacity};
-    const char* cursor = record.c_str();
-    for (std::size_t capacity : capacities) {
-        const std::size_t length = std::strcspn(cursor, ";");
-        if (length >= capacity) {
-            return false;
-        }
-        if (cursor[length] == '\0') {
-            return true;
-        }
-        cursor += length + 1;
-    }
-    return true;
-}
-
-// The scratch fields of one call-list record.
-struct CallRecordFields {
-    char type[kTypeCapacity] = {};
-    char date[kDateCapacity] = {};
-    char name[kTextCapacity] = {};
-    char number[kTextCapacity] = {};
-};
-
-// Scans type, date, name and number. An empty field ends a "%[^;]" conversion, so the two
-// fall-back scans find out which of name and number was empty and let the other stand in for
-// it. The widths equal the capacities; callRecordFieldsFit() has made sure nothing is cut.
-bool scanCallRecord(const char* text, CallRecordFields& fields) {
-    if (std::sscanf(text, "%3[^;];%15[^;];%99[^;];%99[^;];", fields.type, fields.date, fields.name, fields.number) ==
-        4) {
-        return true;
-    }
-    std::memset(fields.name, 0, sizeof(fields.name));
-    if (std::sscanf(text, "%3[^;];%15[^;];;%99[^;];", fields.type, fields.date, fields.number) == 3) {
-        std::memcpy(fields.name, fields.number, sizeof(fields.name));
-        return true;
-    }
-    std::memset(fields.number, 0, sizeof(fields.number));
-    if (std::sscanf(text, "%3[^;];%15[^;];%99[^;];;", fields.type, fields.date, fields.name) == 3) {
-        std::memcpy(fields.number, fields.name, sizeof(fields.number));
-        return true;
-    }
-    return false;
-}
-
 // The change token holds the digest of the last accepted body. True when `body` differs from
 // it; the token then takes the new digest at once, before anything of the body is converted.
 bool replaceTokenIfChanged(const std::string& body, std::string& token) {
@@ -152,49 +106,6 @@ bool replaceTokenIfChanged(const std::string& body, std::string& token) {
     }
     token = std::move(digest);
     return true;
-}
-
-// Hands `visit` what repeated ClientUtils::getStringBetweenKeywords(text, out, begin, end) calls
-// would hand out, in the same order and with the same text, until `visit` returns false or no
-// pair is left. Each such call removes the pair it found and joins the text before and after it,
-// so a new `begin` can form across the seam. Run on a copy of the text, every removal would move
-// the rest of it, and every search would scan again what the removals left in front: both cost
-// time in the square of the size for megabytes of small records. So the text is walked once from
-// `next`, and what the removals left in front of it is kept aside. That holds no `begin` (each
-// pair started at the first one), so a pair can start in its last begin.size() - 1 bytes only,
-// running on into the text; after such a pair it ends where that pair started.
-template <typename Visitor>
-void forEachExtraction(const std::string& text, const std::string& begin, const std::string& end, Visitor visit) {
-    if (begin.empty() || end.empty()) {
-        return;
-    }
-    std::string keptInFront;
-    std::size_t next = 0;
-    for (;;) {
-        const std::size_t tail = std::min(keptInFront.size(), begin.size() - 1);
-        const std::size_t seamAt =
-            (keptInFront.substr(keptInFront.size() - tail) + text.substr(next, begin.size() - 1)).find(begin);
-        const bool acrossSeam = seamAt < tail;
-        const std::size_t beginAt = acrossSeam ? std::string::npos : text.find(begin, next);
-        if (!acrossSeam && beginAt == std::string::npos) {
-            return;
-        }
-        const std::size_t contentAt = acrossSeam ? next + begin.size() - (tail - seamAt) : beginAt + begin.size();
-        const std::size_t endAt = text.find(end, contentAt);
-        if (endAt == std::string::npos) {
-            return;
-        }
-        if (acrossSeam) {
-            keptInFront.resize(keptInFront.size() - tail + seamAt);
-        } else {
-            keptInFront.append(text, next, beginAt - next);
-        }
-        std::string between = text.substr(contentAt, endAt - contentAt);
-        if (!visit(between)) {
-            return;
-        }
-        next = endAt + end.size();
-    }
 }
 
 }  // namespace
@@ -521,7 +432,7 @@ bool FritzBox::retrieveCallLogData(std::string& out) {
 
 void FritzBox::handleSingleCallLogRecord(std::string& record) {
     CallRecordFields fields;
-    if (!callRecordFieldsFit(record) || !scanCallRecord(record.c_str(), fields)) {
+    if (!fritzbox_detail::callRecordFieldsFit(record) || !fritzbox_detail::scanCallRecord(record.c_str(), fields)) {
         FRITZBOX_LOG(2, "handleSingleCallLogRecord() record='%s'", record.c_str());
         return;
     }
@@ -632,7 +543,7 @@ bool FritzBox::retrievePhonebookData(std::string& out) {
         return false;
     }
 
-    forEachExtraction(response, kContactBegin, kContactEnd, [this](std::string& record) {
+    fritzbox_detail::forEachExtraction(response, kContactBegin, kContactEnd, [this](std::string& record) {
         handleSinglePhonebookRecord(record);
         return true;
     });
@@ -657,7 +568,7 @@ void FritzBox::handleSinglePhonebookRecord(std::string& record) {
 
     // A directory entry holds one number: the first number element marked id="0".
     std::string number;
-    forEachExtraction(telephony, kNumberBegin, kNumberEnd, [&number](std::string& numberElement) {
+    fritzbox_detail::forEachExtraction(telephony, kNumberBegin, kNumberEnd, [&number](std::string& numberElement) {
         return numberElement.find(kIdZero) == std::string::npos ||
                !ClientUtils::getStringBetweenKeywords(numberElement, number, kContentBegin, kContentEnd);
     });
