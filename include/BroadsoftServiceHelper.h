@@ -16,8 +16,9 @@
 #include <vector>
 
 #include "CallItems.h"
+#include "FritzBoxXsiExport.h"
 
-class BroadsoftServiceHelper {
+class FRITZBOX_XSI_EXPORT BroadsoftServiceHelper {
 public:
     BroadsoftServiceHelper() = delete;
 

@@ -10,12 +10,13 @@
 #include <vector>
 
 #include "FilterTypes.h"
+#include "FritzBoxXsiExport.h"
 #include "HttpClient.h"
 
 class SecureTransportContext;
 class SecureConnection;
 
-class FritzBox {
+class FRITZBOX_XSI_EXPORT FritzBox {
 public:
     // Creates the contact picture directory; the credentials are used at the first sync().
     FritzBox(const std::string& username, const std::string& password);
