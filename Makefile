@@ -5,11 +5,12 @@ ARM_MODULE_BUILD_DIR ?= build-arm-module
 ASAN_BUILD_DIR ?= build-asan
 FUZZ_BUILD_DIR ?= build-fuzz
 BENCH_BUILD_DIR?= build-bench
+PACKAGE_BUILD_DIR ?= build-package
 JOBS           ?= $(shell nproc)
 CTEST_FLAGS    ?= --output-on-failure -j $(JOBS)
 ARM_TOOLCHAIN  := --toolchain cmake/arm-linux-gnueabihf.cmake
 
-.PHONY: deps build demo test test-native test-arm test-asan arm-module fuzz bench format clean
+.PHONY: deps build demo test test-native test-arm test-asan arm-module package fuzz bench format clean
 
 deps:
 	@bash scripts/install-deps.sh
@@ -26,9 +27,11 @@ test-native: build
 
 # The 32-bit ARM build runs the whole suite under qemu-arm; warnings are errors so that every
 # printf format and integer width is checked with 32-bit long and size_t. No tools: cpp-httplib
-# has no armhf package that installs alongside the native one.
+# has no armhf package that installs alongside the native one; the consumer test runs its ARM
+# host against the native build's router simulator (skipped when that is not built).
 test-arm: deps
-	cmake -S . -B $(ARM_BUILD_DIR) -G Ninja $(ARM_TOOLCHAIN) -DFRITZBOX_BUILD_TOOLS=OFF -DFRITZBOX_WERROR=ON
+	cmake -S . -B $(ARM_BUILD_DIR) -G Ninja $(ARM_TOOLCHAIN) -DFRITZBOX_BUILD_TOOLS=OFF -DFRITZBOX_WERROR=ON \
+	  -DFRITZBOX_NATIVE_ROUTER_SIM=$(CURDIR)/$(BUILD_DIR)/bin/fritzbox-router-sim
 	cmake --build $(ARM_BUILD_DIR) -j $(JOBS)
 	ctest --test-dir $(ARM_BUILD_DIR) $(CTEST_FLAGS)
 
@@ -71,6 +74,15 @@ arm-module:
 	  $(ARM_MODULE_BUILD_DIR)/lib/libfritzbox-xsi-module.so
 	scripts/check-module-library.sh $(ARM_MODULE_BUILD_DIR)/lib/libfritzbox-xsi-module.so arm-linux-gnueabihf-nm
 
+# The module's packages (.tar.gz and .deb, stripped, component "module" only): for the phone from the
+# arm-module build, for this machine from a module-only Release build; each in <build>/packages/.
+package: arm-module
+	cpack --config $(ARM_MODULE_BUILD_DIR)/CPackConfig.cmake -B $(CURDIR)/$(ARM_MODULE_BUILD_DIR)/packages
+	cmake -S . -B $(PACKAGE_BUILD_DIR) -G Ninja -DFRITZBOX_MODULE_ONLY=ON -DFRITZBOX_WERROR=ON -DCMAKE_BUILD_TYPE=Release
+	cmake --build $(PACKAGE_BUILD_DIR) -j $(JOBS)
+	cpack --config $(PACKAGE_BUILD_DIR)/CPackConfig.cmake -B $(CURDIR)/$(PACKAGE_BUILD_DIR)/packages
+	@ls -1 $(ARM_MODULE_BUILD_DIR)/packages/fritzbox-xsi-module* $(PACKAGE_BUILD_DIR)/packages/fritzbox-xsi-module*
+
 # The benchmarks, peak memory and library sizes of docs/performance.md, in a Release build; about
 # two minutes once built. BENCH_REPETITIONS=N repeats each benchmark N times (default 5); with
 # BENCH_BASELINE="<commit>..." the phonebook curves of those commits are measured too (each built
@@ -85,4 +97,4 @@ format:
 	clang-format -i $$(git ls-files '*.cpp' '*.h')
 
 clean:
-	rm -rf $(BUILD_DIR) $(ARM_BUILD_DIR) $(ARM_MODULE_BUILD_DIR) $(ASAN_BUILD_DIR) $(FUZZ_BUILD_DIR) $(BENCH_BUILD_DIR)
+	rm -rf $(BUILD_DIR) $(ARM_BUILD_DIR) $(ARM_MODULE_BUILD_DIR) $(ASAN_BUILD_DIR) $(FUZZ_BUILD_DIR) $(BENCH_BUILD_DIR) $(PACKAGE_BUILD_DIR)

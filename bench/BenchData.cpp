@@ -1,9 +1,6 @@
 #include "BenchData.h"
 
 #include <cstdio>
-#include <vector>
-
-#include "ModuleFixture.h"
 
 namespace benchdata {
 namespace {
@@ -158,11 +155,11 @@ std::string callListRecord(std::size_t index) {
 }  // namespace
 
 std::string callListCsv(std::size_t records) {
-    std::vector<std::string> lines;
+    std::string csv = "sep=;\nTyp;Datum;Name;Rufnummer;Nebenstelle;Eigene Rufnummer;Dauer\n";
     for (std::size_t i = 0; i < records; ++i) {
-        lines.push_back(callListRecord(i));
+        csv += callListRecord(i) + "\n";
     }
-    return testsupport::callListBody(lines);
+    return csv;
 }
 
 std::string phonebookRecord(std::size_t index) {

@@ -18,11 +18,6 @@ void mapHost(const std::string& name, const std::string& port, const std::string
 // An IPv6 address is written in brackets: "fritz.box:80:[::1]:8080".
 bool mapHostFromText(const std::string& text, std::string& error);
 void clearHostMappings();
-// Reads "ADDRESS:PORT", or "ADDRESS" alone when `defaultPort` is given, the way a mapping's
-// destination is written: an IPv6 address in brackets (returned without them), a port 1-65535.
-// False for anything else; the programs' address options all use it.
-bool parseAddressAndPort(const std::string& text, const std::string& defaultPort, std::string& address,
-                         std::string& port);
 // The address and port that a connection to `name`:`port` uses (the input itself when unmapped).
 void resolveMappedHost(const std::string& name, const std::string& port, std::string& address, std::string& toPort);
 

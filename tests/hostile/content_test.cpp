@@ -10,9 +10,9 @@
 #include "HostileSupport.h"
 #include "LinuxPlatform.h"
 #include "LogCapture.h"
-#include "ModuleFixture.h"
+#include "ModuleTestSupport.h"
 
-using namespace testsupport;
+using namespace moduletest;
 using namespace hostile;
 using linux_platform::PhoneModel;
 

@@ -11,10 +11,10 @@
 #include "HostileSupport.h"
 #include "LinuxPlatform.h"
 #include "LogCapture.h"
-#include "ModuleFixture.h"
+#include "ModuleTestSupport.h"
 #include "RouterSimulator.h"
 
-using namespace testsupport;
+using namespace moduletest;
 using namespace hostile;
 using linux_platform::PhoneModel;
 

@@ -7,9 +7,9 @@
 #include "HostileSupport.h"
 #include "LinuxPlatform.h"
 #include "LogCapture.h"
-#include "ModuleFixture.h"
+#include "ModuleTestSupport.h"
 
-using namespace testsupport;
+using namespace moduletest;
 using namespace hostile;
 
 namespace {

@@ -1,29 +1,17 @@
-#include "ModuleFixture.h"
+#include "ModuleTestSupport.h"
 
 #include "Cryptographer.h"
 
-FritzBoxTestAccess::Exchange FritzBoxTestAccess::exchange(const std::string& path, const std::string& body,
-                                                          HttpClientIfc::HTTPMETHOD method,
-                                                          std::multimap<std::string, std::string> headers) {
-    Exchange result;
-    std::multimap<std::string, std::string> responseHeaders;
-    HttpClientIfc::eStatusCode status = HttpClientIfc::eStatusNone;
-    result.ok = m_box.connectionHandler(path, body, method, result.body, headers, responseHeaders, status, "", 0);
-    result.status = static_cast<int>(status);
-    return result;
+namespace moduletest {
+
+bool logged(const testsupport::LogCapture& log, int level, const std::string& text) {
+    for (const auto& record : log.records()) {
+        if (record.level == level && record.message.find(text) != std::string::npos) {
+            return true;
+        }
+    }
+    return false;
 }
-
-namespace testsupport {
-namespace {
-
-const std::string kNoSession = "0000000000000000";
-const std::string kLoginPage = "<html>login page</html>";
-
-bool startsWith(const std::string& text, const std::string& prefix) {
-    return text.compare(0, prefix.size(), prefix) == 0;
-}
-
-}  // namespace
 
 std::string sessionInfo(const std::string& sid, const std::string& challenge) {
     return "<?xml version=\"1.0\" encoding=\"utf-8\"?><SessionInfo><SID>" + sid + "</SID><Challenge>" + challenge +
@@ -72,7 +60,7 @@ std::vector<std::string> TestRouter::targets() const {
 std::size_t TestRouter::count(const std::string& targetPrefix) const {
     std::size_t matches = 0;
     for (const std::string& target : targets()) {
-        matches += startsWith(target, targetPrefix) ? 1 : 0;
+        matches += target.compare(0, targetPrefix.size(), targetPrefix) == 0 ? 1 : 0;
     }
     return matches;
 }
@@ -83,18 +71,17 @@ ScriptedReply TestRouter::answer(const ReceivedRequest& request) {
         return reply;
     }
     const std::string& target = request.target;
-    if (startsWith(target, "/login_sid.lua")) {
+    if (target.rfind("/login_sid.lua", 0) == 0) {
         return login(request);
     }
-    if (target == "/cgi-bin/firmwarecfg") {
-        return phonebook(request);
-    }
-    const auto photo = photos.find(queryValue(target, "photo"));
-    if (queryValue(target, "sid") != kSid) {
-        reply.body = kLoginPage;
-    } else if (startsWith(target, "/fon_num/foncalls_list.lua?csv=")) {
+    if (target != "/cgi-bin/firmwarecfg" && queryValue(target, "sid") != kSid) {
+        reply.body = "<html>login page</html>";
+    } else if (target.rfind("/fon_num/foncalls_list.lua?csv=", 0) == 0) {
         reply.body = callList;
-    } else if (startsWith(target, "/lua/photo.lua?photo=")) {
+    } else if (target == "/cgi-bin/firmwarecfg") {
+        return phonebook(request);
+    } else if (target.rfind("/lua/photo.lua?photo=", 0) == 0) {
+        const auto photo = photos.find(queryValue(target, "photo"));
         reply.status = photo == photos.end() ? 404 : 200;
         reply.body = photo == photos.end() ? "no such photo" : photo->second;
     } else {
@@ -103,22 +90,31 @@ ScriptedReply TestRouter::answer(const ReceivedRequest& request) {
     return reply;
 }
 
-ScriptedReply TestRouter::login(const ReceivedRequest& request) const {
-    const std::string& target = request.target;
-    const bool granted = target.find("logout=") == std::string::npos && target.find("response=") != std::string::npos &&
-                         queryValue(target, "response") == widenedDigest(kChallenge, password);
+ScriptedReply TestRouter::login(const ReceivedRequest& request) {
     ScriptedReply reply;
-    reply.body = sessionInfo(granted ? kSid : kNoSession, kChallenge);
+    const std::string& target = request.target;
+    if (target.find("logout=") != std::string::npos) {
+        reply.body = sessionInfo("0000000000000000", kChallenge);
+    } else if (target.find("response=") == std::string::npos) {
+        reply.body = sessionInfo("0000000000000000", kChallenge);
+    } else {
+        const bool granted = queryValue(target, "response") == widenedDigest(kChallenge, password);
+        reply.body = sessionInfo(granted ? kSid : "0000000000000000", kChallenge);
+    }
     return reply;
 }
 
 // Accepts the export form only with the session in its "sid" field, as the router does.
-ScriptedReply TestRouter::phonebook(const ReceivedRequest& request) const {
-    const std::string sidField = "name=\"sid\"\r\n\r\n" + kSid + "\r\n";
-    const bool form = request.header("Content-Type") == "multipart/form-data; boundary=----WebKitFormBoundaryPhone";
+ScriptedReply TestRouter::phonebook(const ReceivedRequest& request) {
     ScriptedReply reply;
-    reply.body = form && request.body.find(sidField) != std::string::npos ? phonebookExport : kLoginPage;
+    const std::string sidField = "name=\"sid\"\r\n\r\n" + kSid + "\r\n";
+    if (request.header("Content-Type") != "multipart/form-data; boundary=----WebKitFormBoundaryPhone" ||
+        request.body.find(sidField) == std::string::npos) {
+        reply.body = "<html>login page</html>";
+    } else {
+        reply.body = phonebookExport;
+    }
     return reply;
 }
 
-}  // namespace testsupport
+}  // namespace moduletest

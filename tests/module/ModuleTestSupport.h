@@ -1,14 +1,16 @@
 #pragma once
-// The module's fixture, shared by the module tests, the fuzz targets and the benchmarks:
-// white-box access to a FritzBox, and a router's logic (login, call list, phonebook export,
-// photos) answering through the scripted loopback router.
-#include <cstdint>
+// Shared pieces of the module's tests: white-box access to a FritzBox, and a small router on
+// loopback that logs a client in, serves data and records every request.
+#include <gtest/gtest.h>
+
 #include <functional>
 #include <map>
 #include <string>
 #include <vector>
 
 #include "FritzBox.h"
+#include "LinuxPlatform.h"
+#include "LogCapture.h"
 #include "ScriptedRouter.h"
 #include "SecureTransport.h"
 
@@ -29,11 +31,6 @@ public:
     std::string multiPartData() { return m_box.getMultiPartData(); }
     void handleCallRecord(std::string record) { m_box.handleSingleCallLogRecord(record); }
     void handlePhonebookRecord(std::string record) { m_box.handleSinglePhonebookRecord(record); }
-    // What a fetch clears before it converts; repeated conversions would otherwise pile up.
-    void forgetConversions() {
-        m_box.m_callLogIds.clear();
-        m_box.m_phonebookXml.clear();
-    }
 
     struct Exchange {
         bool ok = false;
@@ -42,30 +39,39 @@ public:
     };
     Exchange exchange(const std::string& path, const std::string& body = "",
                       HttpClientIfc::HTTPMETHOD method = HttpClientIfc::GET,
-                      std::multimap<std::string, std::string> headers = {});
+                      std::multimap<std::string, std::string> headers = {}) {
+        Exchange result;
+        std::multimap<std::string, std::string> responseHeaders;
+        HttpClientIfc::eStatusCode status = HttpClientIfc::eStatusNone;
+        result.ok = m_box.connectionHandler(path, body, method, result.body, headers, responseHeaders, status, "", 0);
+        result.status = static_cast<int>(status);
+        return result;
+    }
 
 private:
     FritzBox& m_box;
 };
 
-namespace testsupport {
+namespace moduletest {
+
+using testsupport::ReceivedRequest;
+using testsupport::ScriptedReply;
 
 const std::string kSid = "0123456789abcdef";
 const std::string kChallenge = "1234567z";
 const std::string kPictureDirectory = "/data/images/fritzbox/";
 
+// True when `log` caught a line of exactly `level` that contains `text`.
+bool logged(const testsupport::LogCapture& log, int level, const std::string& text);
+
 std::string sessionInfo(const std::string& sid, const std::string& challenge);
 std::string queryValue(const std::string& target, const std::string& key);
 // MD5 over `challenge-password` with every byte widened to two (the byte, then zero).
 std::string widenedDigest(const std::string& challenge, const std::string& password);
-// A call-list body: the two header lines and the given records, each ended by "\n".
-std::string callListBody(const std::vector<std::string>& records);
 
 // A router on loopback, mapped as "fritz.box:80", that grants a session for the right digest
-// and answers the call list, the phonebook export and photos from its fields; other targets, and
-// data asked for without the session, get the login page. `override` answers first when it
-// returns true (for faults). The fields are read by the router's threads: change them only
-// between syncs.
+// and answers the call list, the phonebook export and photos from its fields. `override`
+// answers first when it returns true (for faults).
 class TestRouter {
 public:
     explicit TestRouter(std::string password = "geheim");
@@ -76,17 +82,35 @@ public:
     std::map<std::string, std::string> photos;  // router path -> bytes
     std::function<bool(const ReceivedRequest&, ScriptedReply&)> override;
 
-    ScriptedRouter& scripted() { return m_router; }
+    testsupport::ScriptedRouter& scripted() { return m_router; }
     std::vector<ReceivedRequest> requests() const { return m_router.requests(); }
     std::vector<std::string> targets() const;
     std::size_t count(const std::string& targetPrefix) const;
 
 private:
     ScriptedReply answer(const ReceivedRequest& request);
-    ScriptedReply login(const ReceivedRequest& request) const;
-    ScriptedReply phonebook(const ReceivedRequest& request) const;
+    ScriptedReply login(const ReceivedRequest& request);
+    ScriptedReply phonebook(const ReceivedRequest& request);
 
-    ScriptedRouter m_router;  // last: it stops before the fields it answers from go
+    testsupport::ScriptedRouter m_router;
 };
 
-}  // namespace testsupport
+// A module object with its loopback router, tracing captured, the phone model reset afterwards.
+class ModuleTest : public ::testing::Test {
+protected:
+    void TearDown() override {
+        linux_platform::setPhoneModel(linux_platform::PhoneModel::Other);
+        linux_platform::clearHostMappings();
+    }
+
+    testsupport::LogCapture log{6};
+    TestRouter router;
+    FritzBox box{"admin", "geheim"};
+    FritzBoxTestAccess access{box};
+    std::string token;
+};
+
+// A body of two header lines and the given records, each ended by "\n".
+std::string callListBody(const std::vector<std::string>& records);
+
+}  // namespace moduletest
