@@ -157,7 +157,7 @@ bool parseChunkSize(const std::string& line, std::uint64_t limit, std::uint64_t&
     return true;
 }
 
-std::string headerValue(const HttpClientIfc::HeaderMap& headers, const std::string& name) {
+std::string headerValue(const HeaderMap& headers, const std::string& name) {
     std::string joined;
     for (const auto& header : headers) {
         if (detail::equalsIgnoreCase(header.first, name)) {
@@ -167,7 +167,7 @@ std::string headerValue(const HttpClientIfc::HeaderMap& headers, const std::stri
     return joined;
 }
 
-bool hasHeader(const HttpClientIfc::HeaderMap& headers, const std::string& name) {
+bool hasHeader(const HeaderMap& headers, const std::string& name) {
     for (const auto& header : headers) {
         if (detail::equalsIgnoreCase(header.first, name)) {
             return true;
@@ -203,6 +203,24 @@ std::string hostOfLocation(const std::string& location) {
         return close == std::string::npos ? std::string() : authority.substr(1, close - 1);
     }
     return authority.substr(0, authority.find(':'));
+}
+
+std::string encodeRequestTarget(const std::string& target) {
+    static const std::string kNeedEncoding = "\"<>\\^`{|}";
+    static const char kHexDigits[] = "0123456789ABCDEF";
+    std::string encoded;
+    encoded.reserve(target.size());
+    for (const char c : target) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (byte <= 0x20 || byte >= 0x7f || kNeedEncoding.find(c) != std::string::npos) {
+            encoded += '%';
+            encoded += kHexDigits[byte >> 4];
+            encoded += kHexDigits[byte & 0x0f];
+        } else {
+            encoded += c;
+        }
+    }
+    return encoded;
 }
 
 std::string base64(const std::string& bytes) {

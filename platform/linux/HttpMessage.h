@@ -1,12 +1,14 @@
 #pragma once
 // Parsing and formatting pieces of HTTP/1.1 messages, free of any I/O.
 #include <cstdint>
+#include <map>
 #include <string>
-
-#include "HttpClient.h"
 
 namespace linux_platform {
 namespace http {
+
+// Header fields by name, as HttpClientIfc hands them over (the same type as its HeaderMap).
+using HeaderMap = std::multimap<std::string, std::string>;
 
 struct StatusLine {
     int majorVersion = 0;
@@ -26,8 +28,8 @@ bool parseContentLength(const std::string& value, std::uint64_t limit, std::uint
 bool parseChunkSize(const std::string& line, std::uint64_t limit, std::uint64_t& size);
 
 // The values of all headers called `name` (compared without case), joined with ", ".
-std::string headerValue(const HttpClientIfc::HeaderMap& headers, const std::string& name);
-bool hasHeader(const HttpClientIfc::HeaderMap& headers, const std::string& name);
+std::string headerValue(const HeaderMap& headers, const std::string& name);
+bool hasHeader(const HeaderMap& headers, const std::string& name);
 // True when the comma-separated `list` holds `token` (compared without case).
 bool hasToken(const std::string& list, const std::string& token);
 // The last entry of a comma-separated list ("gzip, chunked" -> "chunked").
@@ -36,6 +38,11 @@ std::string lastToken(const std::string& list);
 // The host named by a Location value: "http://host:8080/x" -> "host", "http://[::1]/" -> "::1";
 // empty for a relative reference.
 std::string hostOfLocation(const std::string& location);
+
+// `target` with every byte that may not stand in a request target percent-encoded: blanks,
+// control bytes, bytes above 0x7E and " < > \ ^ ` { | }. Everything else, '%' included, stays as it
+// is, so a target that is already encoded is not encoded twice.
+std::string encodeRequestTarget(const std::string& target);
 
 std::string base64(const std::string& bytes);
 

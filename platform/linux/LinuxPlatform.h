@@ -18,6 +18,11 @@ void mapHost(const std::string& name, const std::string& port, const std::string
 // An IPv6 address is written in brackets: "fritz.box:80:[::1]:8080".
 bool mapHostFromText(const std::string& text, std::string& error);
 void clearHostMappings();
+// Reads "ADDRESS:PORT", or "ADDRESS" alone when `defaultPort` is given, the way a mapping's
+// destination is written: an IPv6 address in brackets (returned without them), a port 1-65535.
+// False for anything else; the programs' address options all use it.
+bool parseAddressAndPort(const std::string& text, const std::string& defaultPort, std::string& address,
+                         std::string& port);
 // The address and port that a connection to `name`:`port` uses (the input itself when unmapped).
 void resolveMappedHost(const std::string& name, const std::string& port, std::string& address, std::string& toPort);
 
@@ -25,6 +30,24 @@ void resolveMappedHost(const std::string& name, const std::string& port, std::st
 
 // Largest response body the HTTP client accepts; a longer one fails the read.
 constexpr std::size_t kMaxResponseBodyBytes = 16u * 1024u * 1024u;
+
+// ---- time limits ----
+
+// One HTTP exchange (a connect it needs, the request, the whole answer) ends at the latest this
+// many I/O time-outs after it began, plus one connect time-out. With the module's 5 s and 5 s that
+// is 125 s: a 16 MiB export still arrives at 135 kB/s, far below any home network, while a router
+// that trickles bytes to keep each single wait short cannot hold a sync longer.
+constexpr unsigned kExchangeLimitInIoTimeouts = 24;
+
+// Replacements for the limits a SecureConnection is given; a zero field keeps the caller's value
+// (connect, io) or the derived limit (exchange). Name resolution counts against the connect
+// time-out. Programs and tests use this to shorten waits; the module always passes 5 s and 5 s.
+struct TimeLimitOverrides {
+    unsigned connectMs = 0;
+    unsigned ioMs = 0;
+    unsigned exchangeMs = 0;
+};
+void setTimeLimitOverrides(const TimeLimitOverrides& overrides);
 
 struct TransportStats {
     std::uint64_t connectionsOpened = 0;  // TCP connections established by SecureConnection

@@ -7,13 +7,16 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <memory>
 #include <system_error>
 
+#include "AsciiText.h"
 #include "LinuxPlatform.h"
+#include "NameResolver.h"
 #include "SecureConnectionImpl.h"
 #include "SecureTransport.h"
 
@@ -23,17 +26,34 @@ using Clock = std::chrono::steady_clock;
 
 // Used when a caller passes a time-out of 0, so that no wait is ever unbounded.
 constexpr unsigned kDefaultTimeoutSeconds = 30;
-// Keeps seconds * 1000 inside an int (poll's time-out type).
-constexpr unsigned kMaxTimeoutSeconds = 24u * 3600u;
+// Keeps every limit in milliseconds inside an int (poll's time-out type).
+constexpr unsigned kMaxTimeoutMs = 24u * 3600u * 1000u;
 
 std::atomic<std::uint64_t> g_connectionsOpened{0};
 std::atomic<std::uint64_t> g_requestsSent{0};
+std::atomic<unsigned> g_connectOverrideMs{0};
+std::atomic<unsigned> g_ioOverrideMs{0};
+std::atomic<unsigned> g_exchangeOverrideMs{0};
 
-unsigned effectiveTimeoutSeconds(unsigned seconds) {
-    if (seconds == 0) {
-        return kDefaultTimeoutSeconds;
+// A caller's time-out in milliseconds, unless the program replaced it.
+unsigned effectiveTimeoutMs(unsigned seconds, unsigned overrideMs) {
+    if (overrideMs != 0) {
+        return std::min(overrideMs, kMaxTimeoutMs);
     }
-    return seconds < kMaxTimeoutSeconds ? seconds : kMaxTimeoutSeconds;
+    if (seconds == 0) {
+        seconds = kDefaultTimeoutSeconds;
+    }
+    return std::min(seconds, kMaxTimeoutMs / 1000u) * 1000u;
+}
+
+unsigned derivedExchangeLimitMs(unsigned connectMs, unsigned ioMs) {
+    const unsigned overrideMs = g_exchangeOverrideMs.load();
+    if (overrideMs != 0) {
+        return std::min(overrideMs, kMaxTimeoutMs);
+    }
+    const std::uint64_t derived =
+        connectMs + std::uint64_t{linux_platform::kExchangeLimitInIoTimeouts} * std::uint64_t{ioMs};
+    return static_cast<unsigned>(std::min<std::uint64_t>(derived, kMaxTimeoutMs));
 }
 
 std::string errorText(int error) {
@@ -41,8 +61,12 @@ std::string errorText(int error) {
 }
 
 int millisecondsUntil(Clock::time_point deadline) {
-    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()).count();
-    return left > 0 ? static_cast<int>(left) : 0;
+    if (deadline == Clock::time_point::max()) {
+        return static_cast<int>(kMaxTimeoutMs);
+    }
+    // Rounded up, so that a wait that ends at the deadline does not end just before it.
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
+    return static_cast<int>(std::clamp<long long>(left, 0, kMaxTimeoutMs));
 }
 
 enum class WaitResult { Ready, TimedOut, Failed };
@@ -66,22 +90,6 @@ WaitResult waitForSocket(int fd, short events, int timeoutMs) {
     }
 }
 
-using AddressList = std::unique_ptr<addrinfo, decltype(&freeaddrinfo)>;
-
-AddressList resolve(const std::string& host, const std::string& address, const std::string& port) {
-    addrinfo hints{};
-    hints.ai_family = AF_UNSPEC;
-    hints.ai_socktype = SOCK_STREAM;
-    addrinfo* list = nullptr;
-    const int status = ::getaddrinfo(address.c_str(), port.c_str(), &hints, &list);
-    if (status != 0) {
-        const std::string mapped = address == host ? "" : " (mapped to '" + address + "')";
-        const std::string reason = status == EAI_SYSTEM ? errorText(errno) : ::gai_strerror(status);
-        throw SecureTransportException("cannot resolve host '" + host + "'" + mapped + ": " + reason);
-    }
-    return AddressList(list, &freeaddrinfo);
-}
-
 // "192.0.2.1:80" or "[2001:db8::1]:80" for error messages.
 std::string numericEndpoint(const addrinfo& entry) {
     char host[NI_MAXHOST] = "?";
@@ -94,10 +102,10 @@ std::string numericEndpoint(const addrinfo& entry) {
 
 // Returns the socket's pending error after a non-blocking connect finished or timed out, or a
 // time-out description.
-std::string finishConnect(int fd, int timeoutMs, unsigned timeoutSeconds) {
+std::string finishConnect(int fd, int timeoutMs) {
     const WaitResult waited = waitForSocket(fd, POLLOUT, timeoutMs);
     if (waited == WaitResult::TimedOut) {
-        return "timed out after " + std::to_string(timeoutSeconds) + " s";
+        return "timed out";
     }
     if (waited == WaitResult::Failed) {
         return errorText(errno);
@@ -111,7 +119,7 @@ std::string finishConnect(int fd, int timeoutMs, unsigned timeoutSeconds) {
 }
 
 // Connects to one address before `deadline`; returns the socket, or -1 with `failure` set.
-int connectTo(const addrinfo& entry, Clock::time_point deadline, unsigned timeoutSeconds, std::string& failure) {
+int connectTo(const addrinfo& entry, Clock::time_point deadline, std::string& failure) {
     const int fd = ::socket(entry.ai_family, entry.ai_socktype | SOCK_NONBLOCK | SOCK_CLOEXEC, entry.ai_protocol);
     if (fd < 0) {
         failure = errorText(errno);
@@ -120,7 +128,7 @@ int connectTo(const addrinfo& entry, Clock::time_point deadline, unsigned timeou
     if (::connect(fd, entry.ai_addr, entry.ai_addrlen) == 0) {
         failure.clear();
     } else if (errno == EINPROGRESS) {
-        failure = finishConnect(fd, millisecondsUntil(deadline), timeoutSeconds);
+        failure = finishConnect(fd, millisecondsUntil(deadline));
     } else {
         failure = errorText(errno);
     }
@@ -136,7 +144,7 @@ int connectTo(const addrinfo& entry, Clock::time_point deadline, unsigned timeou
 
 }  // namespace
 
-// ---- counters ----
+// ---- counters and limits ----
 
 namespace linux_platform {
 
@@ -153,6 +161,12 @@ void detail::countRequestSent() {
     ++g_requestsSent;
 }
 
+void setTimeLimitOverrides(const TimeLimitOverrides& overrides) {
+    g_connectOverrideMs = overrides.connectMs;
+    g_ioOverrideMs = overrides.ioMs;
+    g_exchangeOverrideMs = overrides.exchangeMs;
+}
+
 }  // namespace linux_platform
 
 // ---- SecureTransportContext ----
@@ -167,49 +181,65 @@ SecureTransportContext::~SecureTransportContext() = default;
 
 // ---- SecureConnectionImpl ----
 
-SecureConnectionImpl::SecureConnectionImpl(std::string host, std::string port, unsigned ioTimeoutSeconds)
-    : m_host(std::move(host)),
-      m_port(std::move(port)),
-      m_ioTimeoutMs(static_cast<int>(effectiveTimeoutSeconds(ioTimeoutSeconds) * 1000u)) {}
+SecureConnectionImpl::SecureConnectionImpl(unsigned connectTimeoutSeconds, unsigned ioTimeoutSeconds)
+    : m_connectTimeoutMs(effectiveTimeoutMs(connectTimeoutSeconds, g_connectOverrideMs.load())),
+      m_ioTimeoutMs(effectiveTimeoutMs(ioTimeoutSeconds, g_ioOverrideMs.load())),
+      m_exchangeLimitMs(derivedExchangeLimitMs(m_connectTimeoutMs, m_ioTimeoutMs)),
+      m_exchangeIoTimeoutMs(static_cast<int>(m_ioTimeoutMs)) {}
 
 SecureConnectionImpl::~SecureConnectionImpl() {
     closeSocket();
 }
 
-void SecureConnectionImpl::connect(unsigned connectTimeoutSeconds) {
-    std::string address;
-    std::string port;
-    linux_platform::resolveMappedHost(m_host, m_port, address, port);
-    const AddressList addresses = resolve(m_host, address, port);
-    const unsigned timeoutSeconds = effectiveTimeoutSeconds(connectTimeoutSeconds);
-    const auto deadline = Clock::now() + std::chrono::seconds(timeoutSeconds);
+void SecureConnectionImpl::connect(const std::string& host, const std::string& port) {
+    close();
+    m_host = host;
+    m_port = port;
+    m_peerClosed = false;
+    m_receivedOnSocket = false;
+    linux_platform::resolveMappedHost(host, port, m_peerAddress, m_peerPort);
+    const auto deadline = std::min(Clock::now() + std::chrono::milliseconds(m_connectTimeoutMs), m_exchangeDeadline);
+    const linux_platform::detail::AddressList addresses =
+        linux_platform::detail::resolveBefore(host, m_peerAddress, m_peerPort, deadline);
     std::string failure;
     for (const addrinfo* entry = addresses.get(); entry != nullptr; entry = entry->ai_next) {
-        m_fd = connectTo(*entry, deadline, timeoutSeconds, failure);
+        m_fd = connectTo(*entry, deadline, failure);
         if (m_fd >= 0) {
             ++g_connectionsOpened;
             return;
         }
-        failure = "cannot connect to " + m_host + ":" + m_port + " (" + numericEndpoint(*entry) + "): " + failure;
+        failure = "cannot connect to " + host + ":" + port + " (" + numericEndpoint(*entry) + "): " + failure;
     }
     throw SecureTransportException(failure);
 }
 
-int SecureConnectionImpl::exchangeTimeoutMs(int requestedSeconds) const {
-    if (requestedSeconds <= 0) {
-        return m_ioTimeoutMs;
-    }
-    return static_cast<int>(effectiveTimeoutSeconds(static_cast<unsigned>(requestedSeconds)) * 1000u);
+bool SecureConnectionImpl::leadsTo(const std::string& host, const std::string& port) const {
+    std::string address;
+    std::string mappedPort;
+    linux_platform::resolveMappedHost(host, port, address, mappedPort);
+    return linux_platform::detail::equalsIgnoreCase(address, m_peerAddress) && mappedPort == m_peerPort;
+}
+
+void SecureConnectionImpl::startExchange(int ioTimeoutSeconds) {
+    const unsigned ioMs = ioTimeoutSeconds > 0
+                              ? effectiveTimeoutMs(static_cast<unsigned>(ioTimeoutSeconds), g_ioOverrideMs.load())
+                              : m_ioTimeoutMs;
+    m_exchangeIoTimeoutMs = static_cast<int>(ioMs);
+    m_exchangeLimitMs = derivedExchangeLimitMs(m_connectTimeoutMs, ioMs);
+    m_exchangeDeadline = Clock::now() + std::chrono::milliseconds(m_exchangeLimitMs);
+}
+
+void SecureConnectionImpl::endExchange() {
+    m_exchangeDeadline = Clock::time_point::max();
+    m_exchangeIoTimeoutMs = static_cast<int>(m_ioTimeoutMs);
+}
+
+int SecureConnectionImpl::waitLimitMs() const {
+    return std::min(m_exchangeIoTimeoutMs, millisecondsUntil(m_exchangeDeadline));
 }
 
 bool SecureConnectionImpl::isUsable() const {
-    if (m_fd < 0) {
-        return false;
-    }
-    if (m_exchangeOpen) {
-        return !m_exchangeOwner.expired();
-    }
-    return unread().empty() && idleStreamIsClean();
+    return m_fd >= 0 && (m_claimed || (unread().empty() && idleStreamIsClean()));
 }
 
 // Between exchanges nothing may arrive: a readable socket means end of stream, a reset, or bytes
@@ -224,7 +254,7 @@ void SecureConnectionImpl::close() {
     closeSocket();
     m_inbox.clear();
     m_consumed = 0;
-    endExchange();
+    m_claimed = false;
 }
 
 void SecureConnectionImpl::closeSocket() {
@@ -234,7 +264,7 @@ void SecureConnectionImpl::closeSocket() {
     }
 }
 
-bool SecureConnectionImpl::sendAll(const char* data, std::size_t length, int timeoutMs) {
+bool SecureConnectionImpl::sendAll(const char* data, std::size_t length) {
     while (length > 0 && m_fd >= 0) {
         const ssize_t sent = ::send(m_fd, data, length, MSG_NOSIGNAL);
         if (sent > 0) {
@@ -243,7 +273,7 @@ bool SecureConnectionImpl::sendAll(const char* data, std::size_t length, int tim
         } else if (sent < 0 && errno == EINTR) {
             continue;
         } else if (sent < 0 && (errno == EAGAIN || errno == EWOULDBLOCK) &&
-                   waitForSocket(m_fd, POLLOUT, timeoutMs) == WaitResult::Ready) {
+                   waitForSocket(m_fd, POLLOUT, waitLimitMs()) == WaitResult::Ready) {
             continue;
         } else {
             close();
@@ -252,7 +282,7 @@ bool SecureConnectionImpl::sendAll(const char* data, std::size_t length, int tim
     return length == 0;
 }
 
-SecureConnectionImpl::ReceiveResult SecureConnectionImpl::receiveMore(int timeoutMs) {
+SecureConnectionImpl::ReceiveResult SecureConnectionImpl::receiveMore() {
     // Only an incomplete line or nothing at all is left unread when more is asked for, so this
     // moves few bytes.
     m_inbox.erase(0, m_consumed);
@@ -262,29 +292,30 @@ SecureConnectionImpl::ReceiveResult SecureConnectionImpl::receiveMore(int timeou
         const ssize_t received = ::recv(m_fd, buffer, sizeof buffer, 0);
         if (received > 0) {
             m_inbox.append(buffer, static_cast<std::size_t>(received));
+            m_receivedOnSocket = true;
             return ReceiveResult::Data;
         }
         if (received == 0) {
             m_peerClosed = true;
             closeSocket();
-        } else if (errno == EINTR || ((errno == EAGAIN || errno == EWOULDBLOCK) &&
-                                      waitForSocket(m_fd, POLLIN, timeoutMs) == WaitResult::Ready)) {
+            return ReceiveResult::PeerClosed;
+        }
+        if (errno == EINTR) {
             continue;
-        } else {
+        }
+        if (errno != EAGAIN && errno != EWOULDBLOCK) {
+            // A reset is the peer's doing as much as an orderly end of stream.
+            const bool reset = errno == ECONNRESET;
             close();
+            return reset ? ReceiveResult::PeerClosed : ReceiveResult::Failed;
+        }
+        const WaitResult waited = waitForSocket(m_fd, POLLIN, waitLimitMs());
+        if (waited != WaitResult::Ready) {
+            close();
+            return waited == WaitResult::TimedOut ? ReceiveResult::TimedOut : ReceiveResult::Failed;
         }
     }
     return m_peerClosed ? ReceiveResult::PeerClosed : ReceiveResult::Failed;
-}
-
-void SecureConnectionImpl::beginExchange(const std::shared_ptr<void>& owner) {
-    m_exchangeOpen = true;
-    m_exchangeOwner = owner;
-}
-
-void SecureConnectionImpl::endExchange() {
-    m_exchangeOpen = false;
-    m_exchangeOwner.reset();
 }
 
 // ---- SecureConnection ----
@@ -296,8 +327,8 @@ SecureConnection::SecureConnection(SecureTransportContext&, const std::string& h
         throw SecureTransportException("TLS is not available in this platform build (connection to " + host + ":" +
                                        port + ")");
     }
-    auto impl = std::make_unique<SecureConnectionImpl>(host, port, ioTimeoutSeconds);
-    impl->connect(connectTimeoutSeconds);
+    auto impl = std::make_unique<SecureConnectionImpl>(connectTimeoutSeconds, ioTimeoutSeconds);
+    impl->connect(host, port);
     m_impl = impl.release();
 }
 

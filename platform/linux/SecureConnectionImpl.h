@@ -1,9 +1,9 @@
 #pragma once
-// The Linux state behind a SecureConnection: one non-blocking TCP socket, the bytes received but
-// not yet consumed by the HTTP client (the inbox), and the bookkeeping that tells whether the
-// byte stream is still in step with the HTTP exchanges carried over it.
+// The Linux state behind a SecureConnection: one non-blocking TCP socket to one peer, the bytes
+// received but not yet consumed by the HTTP client (the inbox), and the time limits of the
+// connection and of the exchange running over it.
+#include <chrono>
 #include <cstddef>
-#include <memory>
 #include <string>
 #include <string_view>
 
@@ -16,56 +16,74 @@ void countRequestSent();
 
 class SecureConnectionImpl {
 public:
-    enum class ReceiveResult { Data, PeerClosed, Failed };
+    enum class ReceiveResult { Data, PeerClosed, TimedOut, Failed };
+    using Clock = std::chrono::steady_clock;
 
-    SecureConnectionImpl(std::string host, std::string port, unsigned ioTimeoutSeconds);
+    SecureConnectionImpl(unsigned connectTimeoutSeconds, unsigned ioTimeoutSeconds);
     ~SecureConnectionImpl();
     SecureConnectionImpl(const SecureConnectionImpl&) = delete;
     SecureConnectionImpl& operator=(const SecureConnectionImpl&) = delete;
 
-    // Resolves the (mapped) host and connects; throws SecureTransportException on failure.
-    void connect(unsigned connectTimeoutSeconds);
+    // Closes any socket it has, then resolves `host` (through the host-name mapping first) and
+    // connects to it within the connect time-out (and the running exchange's limit, if any).
+    // Throws SecureTransportException on failure.
+    void connect(const std::string& host, const std::string& port);
+    // True when a request for `host`:`port` reaches the peer this connection was opened to,
+    // compared after host-name mapping.
+    bool leadsTo(const std::string& host, const std::string& port) const;
 
     const std::string& host() const { return m_host; }
     const std::string& port() const { return m_port; }
-    // The wait limit for one exchange: `requestedSeconds`, or the connection's own when it is 0.
-    int exchangeTimeoutMs(int requestedSeconds) const;
+
+    // Starts the clock of one exchange: every later wait ends at the I/O time-out
+    // (`ioTimeoutSeconds`, or the connection's own when 0) or at the exchange's limit, whichever
+    // comes first. endExchange() stops it.
+    void startExchange(int ioTimeoutSeconds);
+    void endExchange();
+    bool exchangeLimitReached() const { return Clock::now() >= m_exchangeDeadline; }
+    unsigned exchangeLimitMs() const { return m_exchangeLimitMs; }
+
+    // An HTTP client reading an answer claims the connection: it stays usable although answer
+    // bytes are still on their way. A client that stops early closes it instead of releasing it.
+    void claim() { m_claimed = true; }
+    void release() { m_claimed = false; }
 
     bool isUsable() const;
+    // True once the current socket received bytes: it carried an earlier exchange.
+    bool carriedEarlierAnswers() const { return m_receivedOnSocket; }
     // Closes the socket and forgets unread bytes; the connection is unusable afterwards. Also the
     // reaction to any I/O failure, because the byte stream can no longer be trusted then.
     void close();
 
-    // Sends all bytes, each wait for socket space bounded by `timeoutMs`; closes the connection
-    // and returns false on failure.
-    bool sendAll(const char* data, std::size_t length, int timeoutMs);
-    // Appends what one receive returns to the unread bytes, waiting at most `timeoutMs` for it. A
-    // failure closes the connection; after the peer's end of stream the unread bytes stay readable.
-    ReceiveResult receiveMore(int timeoutMs);
+    // Sends all bytes; closes the connection and returns false on failure or time-out.
+    bool sendAll(const char* data, std::size_t length);
+    // Appends what one receive returns to the unread bytes. A failure or time-out closes the
+    // connection; after the peer's end of stream the unread bytes stay readable.
+    ReceiveResult receiveMore();
     // The bytes received but not consumed yet. Consuming (at most unread().size() bytes) only moves
     // a position: taking many small pieces (chunk lines, small chunks) off a full buffer would
     // otherwise move all of the rest each time. receiveMore() drops the consumed bytes.
     std::string_view unread() const { return std::string_view(m_inbox).substr(m_consumed); }
     void consume(std::size_t count) { m_consumed += count; }
 
-    // An exchange runs from a sent request to the end of its response body. `owner` stands for
-    // the HTTP client reading it: once the owner is gone with the body unread, the stream holds
-    // bytes nobody will consume and the connection cannot carry another exchange.
-    void beginExchange(const std::shared_ptr<void>& owner);
-    void endExchange();
-    bool exchangeInProgress() const { return m_exchangeOpen; }
-
 private:
+    int waitLimitMs() const;
     void closeSocket();
     bool idleStreamIsClean() const;
 
     std::string m_host;
     std::string m_port;
-    int m_ioTimeoutMs;
+    std::string m_peerAddress;  // m_host:m_port after host-name mapping
+    std::string m_peerPort;
+    unsigned m_connectTimeoutMs;
+    unsigned m_ioTimeoutMs;
+    unsigned m_exchangeLimitMs;
+    int m_exchangeIoTimeoutMs;
+    Clock::time_point m_exchangeDeadline = Clock::time_point::max();
     int m_fd = -1;
     bool m_peerClosed = false;
+    bool m_receivedOnSocket = false;
+    bool m_claimed = false;
     std::string m_inbox;
     std::size_t m_consumed = 0;  // bytes at the front of m_inbox that are already taken
-    bool m_exchangeOpen = false;
-    std::weak_ptr<void> m_exchangeOwner;
 };
