@@ -351,7 +351,13 @@ bool ScriptedRouter::sendBody(int fd, const ScriptedReply& reply) const {
     const std::string& body = reply.body;
     const std::size_t sendable = std::min(body.size(), reply.truncateBodyAt);
     if (reply.framing != ScriptedReply::Framing::Chunked) {
-        return sendAll(fd, body.data(), sendable) && sendable == body.size();
+        const std::size_t step = reply.trickleMs > 0 ? 1 : std::max<std::size_t>(sendable, 1);
+        for (std::size_t offset = 0; offset < sendable; offset += step) {
+            if ((offset > 0 && !pause(reply.trickleMs)) || !sendAll(fd, body.data() + offset, step)) {
+                return false;
+            }
+        }
+        return sendable == body.size();
     }
     const std::size_t chunkSize = std::max<std::size_t>(reply.chunkSize, 1);
     for (std::size_t offset = 0; offset < body.size(); offset += chunkSize) {

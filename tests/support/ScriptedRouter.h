@@ -32,6 +32,7 @@ struct ScriptedReply {
     std::string raw;                                 // when set, sent verbatim instead of all of the above
     std::size_t truncateBodyAt = std::string::npos;  // hang up after this many body bytes
     int delayMs = 0;                                 // wait before answering (cut short when the router is destroyed)
+    int trickleMs = 0;                               // body one byte at a time, this far apart (not chunked)
     bool noAnswer = false;                           // hang up without answering
 };
 
