@@ -42,37 +42,50 @@ struct MappingText {
     std::string toPort;
 };
 
-// Splits "NAME:PORT:ADDRESS:PORT"; ADDRESS may be a bracketed IPv6 address, kept without brackets.
+// Splits "NAME:PORT:ADDRESS:PORT"; the destination is read like any other ADDRESS:PORT.
 bool splitMappingText(const std::string& text, MappingText& parts) {
     const std::size_t nameEnd = text.find(':');
     const std::size_t portEnd = nameEnd == std::string::npos ? nameEnd : text.find(':', nameEnd + 1);
     if (portEnd == std::string::npos) {
         return false;
     }
-    std::size_t addressEnd;
-    if (text.compare(portEnd + 1, 1, "[") == 0) {
-        const std::size_t bracket = text.find(']', portEnd);
-        if (bracket == std::string::npos || text.compare(bracket + 1, 1, ":") != 0) {
-            return false;
-        }
-        parts.address = text.substr(portEnd + 2, bracket - portEnd - 2);
-        addressEnd = bracket + 1;
-    } else {
-        addressEnd = text.find(':', portEnd + 1);
-        if (addressEnd == std::string::npos) {
-            return false;
-        }
-        parts.address = text.substr(portEnd + 1, addressEnd - portEnd - 1);
-    }
     parts.name = text.substr(0, nameEnd);
     parts.port = text.substr(nameEnd + 1, portEnd - nameEnd - 1);
-    parts.toPort = text.substr(addressEnd + 1);
-    return !parts.name.empty() && !parts.address.empty() && isPortNumber(parts.port) && isPortNumber(parts.toPort);
+    return !parts.name.empty() && isPortNumber(parts.port) &&
+           linux_platform::parseAddressAndPort(text.substr(portEnd + 1), "", parts.address, parts.toPort);
 }
 
 }  // namespace
 
 namespace linux_platform {
+
+bool parseAddressAndPort(const std::string& text, const std::string& defaultPort, std::string& address,
+                         std::string& port) {
+    std::size_t addressEnd;
+    if (text.compare(0, 1, "[") == 0) {
+        addressEnd = text.find(']');
+        if (addressEnd == std::string::npos) {
+            return false;
+        }
+        address = text.substr(1, addressEnd - 1);
+        ++addressEnd;
+    } else {
+        // An unbracketed IPv6 address cannot be told from ADDRESS:PORT, so it is refused.
+        addressEnd = text.find(':');
+        if (addressEnd != std::string::npos && text.find(':', addressEnd + 1) != std::string::npos) {
+            return false;
+        }
+        address = text.substr(0, addressEnd);
+    }
+    if (addressEnd >= text.size()) {
+        port = defaultPort;
+    } else if (text[addressEnd] == ':') {
+        port = text.substr(addressEnd + 1);
+    } else {
+        return false;
+    }
+    return !address.empty() && isPortNumber(port);
+}
 
 void mapHost(const std::string& name, const std::string& port, const std::string& address, const std::string& toPort) {
     std::lock_guard<std::mutex> lock(table().mutex);
