@@ -1,6 +1,9 @@
 #include "BenchData.h"
 
 #include <cstdio>
+#include <vector>
+
+#include "ModuleFixture.h"
 
 namespace benchdata {
 namespace {
@@ -155,11 +158,11 @@ std::string callListRecord(std::size_t index) {
 }  // namespace
 
 std::string callListCsv(std::size_t records) {
-    std::string csv = "sep=;\nTyp;Datum;Name;Rufnummer;Nebenstelle;Eigene Rufnummer;Dauer\n";
+    std::vector<std::string> lines;
     for (std::size_t i = 0; i < records; ++i) {
-        csv += callListRecord(i) + "\n";
+        lines.push_back(callListRecord(i));
     }
-    return csv;
+    return testsupport::callListBody(lines);
 }
 
 std::string phonebookRecord(std::size_t index) {

@@ -11,14 +11,14 @@
 #include "BenchData.h"
 #include "BenchHost.h"
 #include "LinuxPlatform.h"
-#include "ModuleTestSupport.h"
+#include "ModuleFixture.h"
 
 namespace {
 
 using Broadsoft::Filters::CallLogs;
 using Broadsoft::Filters::Personal;
-using moduletest::ReceivedRequest;
-using moduletest::ScriptedReply;
+using testsupport::ReceivedRequest;
+using testsupport::ScriptedReply;
 
 // Exports from a small phonebook up to one larger than any household's.
 void phonebookSizes(benchmark::internal::Benchmark* benchmark) {
@@ -75,7 +75,7 @@ void timeSyncs(benchmark::State& state, FritzBox& box, Broadsoft::Filters::Filte
 // first 50 records.
 void BM_CallListSync(benchmark::State& state) {
     benchhost::prepare(linux_platform::PhoneModel::Other);
-    moduletest::TestRouter router(benchdata::kPassword);
+    testsupport::TestRouter router(benchdata::kPassword);
     router.callList = benchdata::callListCsv(static_cast<std::size_t>(state.range(0)));
     FritzBox box("admin", benchdata::kPassword);
     timeSyncs(state, box, CallLogs);
@@ -87,7 +87,7 @@ BENCHMARK(BM_CallListSync)->Arg(60)->Arg(400)->Unit(benchmark::kMicrosecond);
 // the conversion of every contact, and on a phone model that shows photos the photo fetches.
 void runPhonebookSyncs(benchmark::State& state, linux_platform::PhoneModel model, std::size_t contacts) {
     benchhost::prepare(model);
-    moduletest::TestRouter router(benchdata::kPassword);
+    testsupport::TestRouter router(benchdata::kPassword);
     router.phonebookExport = benchdata::phonebookExport(contacts);
     router.photos = benchdata::photos();
     FritzBox box("admin", benchdata::kPassword);
@@ -141,7 +141,7 @@ public:
     }
 
 private:
-    moduletest::TestRouter m_router;
+    testsupport::TestRouter m_router;
     FritzBox m_box{"admin", benchdata::kPassword};
     FritzBoxTestAccess m_access;
 };

@@ -14,13 +14,13 @@
 #include "BenchData.h"
 #include "BenchHost.h"
 #include "LinuxPlatform.h"
-#include "ModuleTestSupport.h"
+#include "ModuleFixture.h"
 
 namespace {
 
 int serve(std::size_t contacts) {
     benchhost::prepare(linux_platform::PhoneModel::Other);
-    moduletest::TestRouter router(benchdata::kPassword);
+    testsupport::TestRouter router(benchdata::kPassword);
     router.phonebookExport = benchdata::phonebookExport(contacts);
     std::printf("%d %zu\n", router.scripted().port(), router.phonebookExport.size());
     std::fflush(stdout);

@@ -1,8 +1,6 @@
 // One phonebook contact through the module's conversion (handleSinglePhonebookRecord), on a
 // phone model without pictures: keyword cutting only, no network.
-#include "FritzBox.h"
-#include "FuzzSupport.h"
-#include "ModuleTestSupport.h"
+#include "FuzzHarness.h"
 
 namespace {
 
@@ -27,32 +25,25 @@ bool splitEntry(const std::string& entry, std::string& name, std::string& number
 
 }  // namespace
 
-extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    linux_platform::setPhoneModel(linux_platform::PhoneModel::Other);
-    return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static fuzzsupport::LogWatch logs;
-    const std::string record = fuzzsupport::asString(data, size);
-    logs.clear();
-    FritzBox box("admin", fuzzsupport::kPassword);
-    FritzBoxTestAccess access(box);
-    access.handlePhonebookRecord(record);
+    static fuzzharness::Session session;
+    const std::string record = fuzzharness::asString(data, size);
+    session.startInput();
+    session.access.forgetConversions();
+    const std::int32_t before = session.access.phoneBookSize();
+    session.access.handlePhonebookRecord(record);
 
-    FUZZ_CHECK(access.phoneBookSize() == 0 || access.phoneBookSize() == 1);
-    if (access.phoneBookSize() == 0) {
-        FUZZ_CHECK(access.phonebookXml().empty());
-    } else {
-        std::string name;
-        std::string number;
-        FUZZ_CHECK(splitEntry(access.phonebookXml(), name, number));
-        // Both are text between ">" and "<" of the record, so they cannot open or close a tag.
-        FUZZ_CHECK(name.find('<') == std::string::npos && number.find('<') == std::string::npos);
-        // The number need not be: cutting out the name element joins the text around it.
-        FUZZ_CHECK(record.find(name) != std::string::npos);
-        FUZZ_CHECK(!number.empty() && number.find('@') == std::string::npos);
-    }
-    fuzzsupport::checkPasswordKept(record, logs, nullptr);
+    const std::int32_t added = session.access.phoneBookSize() - before;
+    FUZZ_CHECK(added == 0 || added == 1);
+    std::string name;
+    std::string number;
+    FUZZ_CHECK(added == 0 ? session.access.phonebookXml().empty()
+                          : splitEntry(session.access.phonebookXml(), name, number));
+    // Both are text between ">" and "<" of the record, so they cannot open or close a tag.
+    FUZZ_CHECK(name.find('<') == std::string::npos && number.find('<') == std::string::npos);
+    // The number need not be in the record: cutting out the name element joins the text around it.
+    FUZZ_CHECK(record.find(name) != std::string::npos);
+    FUZZ_CHECK(added == 0 || (!number.empty() && number.find('@') == std::string::npos));
+    session.checkPasswordKept(record);
     return 0;
 }

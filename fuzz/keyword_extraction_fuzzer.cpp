@@ -1,10 +1,11 @@
 // ClientUtils::getStringBetweenKeywords against its contract, checked with a plain byte-by-byte
 // search: the first `begin`, the first `end` after it, the text between them handed out and the
 // whole occurrence removed with the text before and after kept; no change at all without a pair.
+// The module's single-pass walk must hand out what repeated extraction does, for any keywords.
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include "ClientUtils.h"
-#include "FuzzSupport.h"
+#include "FuzzHarness.h"
 
 namespace {
 
@@ -41,6 +42,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::size_t endAt =
         end.empty() || contentAt == std::string::npos ? std::string::npos : naiveFind(original, end, contentAt);
     FUZZ_CHECK(found == (endAt != std::string::npos));
+    FUZZ_CHECK(fuzzharness::walked(original, begin, end) == fuzzharness::extractedRepeatedly(original, begin, end));
     if (!found) {
         FUZZ_CHECK(source == original && out == kUntouched);
         return 0;

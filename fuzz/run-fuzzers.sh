@@ -23,8 +23,8 @@ runs="${4:-0}"
 shift $(($# < 4 ? $# : 4))
 targets=("$@")
 if [[ ${#targets[@]} -eq 0 ]]; then
-    targets=(call_record_fuzzer call_list_fuzzer contact_record_fuzzer phonebook_export_fuzzer
-             keyword_extraction_fuzzer serializer_fuzzer)
+    targets=(call_list_fuzzer contact_record_fuzzer phonebook_export_fuzzer keyword_extraction_fuzzer
+             serializer_fuzzer)
 fi
 
 # The probe mounts in a namespace of its own, which ends with it.

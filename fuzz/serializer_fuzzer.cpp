@@ -5,7 +5,7 @@
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include "BroadsoftServiceHelper.h"
-#include "FuzzSupport.h"
+#include "FuzzHarness.h"
 #include "Serializer.h"
 
 namespace {

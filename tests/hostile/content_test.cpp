@@ -10,9 +10,9 @@
 #include "HostileSupport.h"
 #include "LinuxPlatform.h"
 #include "LogCapture.h"
-#include "ModuleTestSupport.h"
+#include "ModuleFixture.h"
 
-using namespace moduletest;
+using namespace testsupport;
 using namespace hostile;
 using linux_platform::PhoneModel;
 

@@ -11,10 +11,10 @@
 #include "HostileSupport.h"
 #include "LinuxPlatform.h"
 #include "LogCapture.h"
-#include "ModuleTestSupport.h"
+#include "ModuleFixture.h"
 #include "RouterSimulator.h"
 
-using namespace moduletest;
+using namespace testsupport;
 using namespace hostile;
 using linux_platform::PhoneModel;
 

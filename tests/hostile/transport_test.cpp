@@ -7,9 +7,9 @@
 #include "HostileSupport.h"
 #include "LinuxPlatform.h"
 #include "LogCapture.h"
-#include "ModuleTestSupport.h"
+#include "ModuleFixture.h"
 
-using namespace moduletest;
+using namespace testsupport;
 using namespace hostile;
 
 namespace {

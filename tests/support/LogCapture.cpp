@@ -22,14 +22,19 @@ std::vector<linux_platform::LogRecord> LogCapture::records() const {
     return m_captured->records;
 }
 
-bool LogCapture::contains(const std::string& text) const {
+bool LogCapture::contains(const std::string& text, int level) const {
     std::lock_guard<std::mutex> lock(m_captured->mutex);
     for (const auto& record : m_captured->records) {
-        if (record.message.find(text) != std::string::npos) {
+        if ((level == -1 || record.level == level) && record.message.find(text) != std::string::npos) {
             return true;
         }
     }
     return false;
+}
+
+void LogCapture::clear() {
+    std::lock_guard<std::mutex> lock(m_captured->mutex);
+    m_captured->records.clear();
 }
 
 std::string LogCapture::text() const {

@@ -19,8 +19,10 @@ public:
     LogCapture& operator=(const LogCapture&) = delete;
 
     std::vector<linux_platform::LogRecord> records() const;
-    // True when some captured message contains `text`.
-    bool contains(const std::string& text) const;
+    // True when some captured message contains `text`, with exactly `level` unless that is -1.
+    bool contains(const std::string& text, int level = -1) const;
+    // Forgets what was captured so far.
+    void clear();
     // All captured messages, one per line: readable output for a failed assertion.
     std::string text() const;
 
