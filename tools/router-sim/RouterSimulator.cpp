@@ -3,8 +3,11 @@
 #include <httplib.h>
 #include <sys/socket.h>
 
+#include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <cstdio>
+#include <cstring>
 #include <deque>
 #include <mutex>
 #include <optional>
@@ -138,6 +141,10 @@ public:
         std::lock_guard<std::mutex> lock(mutex_);
         return {requestLog_.begin(), requestLog_.end()};
     }
+    std::string listeningOn() const {
+        std::lock_guard<std::mutex> lock(mutex_);
+        return ownHost_;
+    }
 
 private:
     void configure(httplib::Server& server);
@@ -173,6 +180,7 @@ private:
 
     std::unique_ptr<httplib::Server> server_;
     std::thread serverThread_;
+    std::atomic<bool> listenEnded_{false};
 };
 
 int RouterSimulator::Impl::start(const std::string& address, int port) {
@@ -184,19 +192,32 @@ int RouterSimulator::Impl::start(const std::string& address, int port) {
     }
     auto server = std::make_unique<httplib::Server>();
     configure(*server);
+    errno = 0;
     const int boundPort = bindPort(*server, address, port);
     if (boundPort < 0) {
-        throw std::runtime_error("router simulator: cannot listen on " + hostAndPort(address, port));
+        // httplib only says that binding failed; the socket call's errno, when it survived, says why.
+        const std::string reason = errno != 0 ? std::string(": ") + std::strerror(errno) : "";
+        throw std::runtime_error("cannot listen on " + hostAndPort(address, port) + reason);
     }
     {
         std::lock_guard<std::mutex> lock(mutex_);
         ownHost_ = hostAndPort(address, boundPort);
     }
     server_ = std::move(server);
-    serverThread_ = std::thread([server = server_.get()] { server->listen_after_bind(); });
-    // httplib's stop() does nothing until the accept loop runs, so stop() must not come earlier.
-    while (!server_->is_running()) {
+    listenEnded_ = false;
+    serverThread_ = std::thread([this] {
+        server_->listen_after_bind();
+        listenEnded_ = true;
+    });
+    // httplib's stop() does nothing until the accept loop runs, so stop() must not come earlier;
+    // an accept loop that fails ends without ever running, which must not be waited for forever.
+    while (!server_->is_running() && !listenEnded_) {
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    if (!server_->is_running()) {
+        serverThread_.join();
+        server_.reset();
+        throw std::runtime_error("cannot accept connections on " + hostAndPort(address, boundPort));
     }
     return boundPort;
 }
@@ -450,6 +471,10 @@ void RouterSimulator::setPhonebook(std::string xml) {
 }
 std::vector<std::string> RouterSimulator::requestLog() const {
     return impl_->requestLog();
+}
+
+std::string RouterSimulator::listeningOn() const {
+    return impl_->listeningOn();
 }
 
 }  // namespace routersim

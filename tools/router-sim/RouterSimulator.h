@@ -82,6 +82,8 @@ public:
     // Binds (port 0 = an ephemeral port), serves on a background thread and returns the port.
     // Throws std::runtime_error when the address cannot be bound, std::logic_error when running.
     int start(const std::string& address = "127.0.0.1", int port = 0);
+    // "ADDRESS:PORT" of the latest start, an IPv6 address in brackets.
+    std::string listeningOn() const;
     // Stops accepting and waits for the connections in progress; an idle kept-alive connection
     // is waited for up to the keep-alive timeout (5 s). A stopped simulator can be started again.
     void stop();

@@ -4,23 +4,24 @@
 
 #include <CLI/CLI.hpp>
 #include <csignal>
-#include <fstream>
 #include <iostream>
+#include <memory>
 #include <stdexcept>
 #include <string>
 
+#include "ProgramFiles.h"
 #include "RouterSimulator.h"
 
 namespace {
 
 constexpr const char* kProgram = "fritzbox-router-sim";
-constexpr int kExitCannotServe = 1;  // data not loadable or address not bindable
-constexpr int kExitUsage = 2;
+constexpr int kExitFailed = 1;       // serving failed after the start
+constexpr int kExitCannotStart = 2;  // a bad option, unreadable data, an address that cannot be bound
 
 struct ProgramOptions {
     std::string listenAddress = "127.0.0.1";
     int port = 8080;
-    std::string dataDirectory = FRITZBOX_SAMPLE_DATA_DIR;
+    std::string dataDirectory;  // empty: the bundled sample
     std::string passwordFile;
     routersim::SimulatorOptions simulator;
 };
@@ -31,12 +32,10 @@ void addServingOptions(CLI::App& app, ProgramOptions& options) {
         ->check(CLI::Range(0, 65535))
         ->capture_default_str();
     app.add_option("--data", options.dataDirectory,
-                   "Directory with calllist.csv, phonebook.xml and photos/ (default: the bundled sample)")
-        ->capture_default_str();
+                   "Directory with calllist.csv, phonebook.xml and photos/ (default: the bundled sample)");
     app.add_option("--user", options.simulator.user, "The router's user name")->capture_default_str();
     app.add_option("--password-file", options.passwordFile,
-                   "File whose first line is the password (default password: geheim, the sample's)")
-        ->check(CLI::ExistingFile);
+                   "File holding the password, one line (default password: geheim, the sample's)");
     app.add_flag("--strict-login", options.simulator.strictLogin,
                  "Accept only the real router's login response (<challenge>-<md5 of UTF-16LE>) instead of "
                  "the phone module's (bare md5 over byte-widened text)");
@@ -59,17 +58,10 @@ void addFaultOptions(CLI::App& app, routersim::Faults& faults) {
     app.add_flag("--drop-sessions", faults.dropSessions, "Forget every session right after the login");
 }
 
-// The first line of the file, without a trailing carriage return.
-std::string readPassword(const std::string& path) {
-    std::ifstream file(path);
-    std::string password;
-    if (!std::getline(file, password)) {
-        throw std::invalid_argument("--password-file: cannot read a line from " + path);
-    }
-    if (!password.empty() && password.back() == '\r') {
-        password.pop_back();
-    }
-    return password;
+// The sample data installed with the program (or linked into the build tree beside it), found
+// relative to the executable so that an installed tree can be moved.
+std::string bundledDataDirectory() {
+    return tools::executableDirectory() + "/" + FRITZBOX_SAMPLE_DATA_FROM_BIN;
 }
 
 // Blocks SIGINT and SIGTERM here and in every thread started later (they inherit the mask), so
@@ -83,15 +75,28 @@ sigset_t blockStopSignals() {
     return signals;
 }
 
+// The simulator serving as asked; throws std::exception naming why it cannot start.
+std::unique_ptr<routersim::RouterSimulator> startSimulator(const ProgramOptions& options) {
+    const std::string data = options.dataDirectory.empty() ? bundledDataDirectory() : options.dataDirectory;
+    auto simulator =
+        std::make_unique<routersim::RouterSimulator>(routersim::RouterData::loadFromDirectory(data), options.simulator);
+    simulator->start(options.listenAddress, options.port);
+    return simulator;
+}
+
 int serve(const ProgramOptions& options) {
     const sigset_t stopSignals = blockStopSignals();
-    routersim::RouterSimulator simulator(routersim::RouterData::loadFromDirectory(options.dataDirectory),
-                                         options.simulator);
-    const int port = simulator.start(options.listenAddress, options.port);
-    std::cout << "listening on " << options.listenAddress << ":" << port << std::endl;
+    std::unique_ptr<routersim::RouterSimulator> simulator;
+    try {
+        simulator = startSimulator(options);
+    } catch (const std::exception& e) {
+        std::cerr << kProgram << ": " << e.what() << "\n";
+        return kExitCannotStart;
+    }
+    std::cout << "listening on " << simulator->listeningOn() << std::endl;
     int signal = 0;
     sigwait(&stopSignals, &signal);
-    simulator.stop();
+    simulator->stop();
     return 0;
 }
 
@@ -105,23 +110,23 @@ int main(int argc, char** argv) {
     try {
         app.parse(argc, argv);
         if (!options.passwordFile.empty()) {
-            options.simulator.password = readPassword(options.passwordFile);
+            options.simulator.password = tools::readPasswordFile(options.passwordFile);
         }
     } catch (const CLI::ParseError& e) {
         if (e.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
             return app.exit(e);  // --help
         }
         std::cerr << kProgram << ": " << e.what() << " (see --help)\n";
-        return kExitUsage;
+        return kExitCannotStart;
     } catch (const std::invalid_argument& e) {
         std::cerr << kProgram << ": " << e.what() << "\n";
-        return kExitUsage;
+        return kExitCannotStart;
     }
 
     try {
         return serve(options);
     } catch (const std::exception& e) {
         std::cerr << kProgram << ": " << e.what() << "\n";
-        return kExitCannotServe;
+        return kExitFailed;
     }
 }
