@@ -6,11 +6,13 @@
 
 #include "HostSession.h"
 #include "LinuxPlatform.h"
-#include "RouterSimulator.h"
+#include "ProgramFiles.h"
+#include "SimulatorProcess.h"
 
 namespace host {
 namespace {
 
+// The simulator's default credentials, which are also those of its bundled sample.
 const char* const kDemoUser = "admin";
 const char* const kDemoPassword = "geheim";
 const char* const kPictureDirectory = "/data/images/fritzbox/";
@@ -41,6 +43,14 @@ bool syncAndShow(HostSession& session, Broadsoft::Filters::FilterTypes filter, s
     return result;
 }
 
+std::vector<std::string> simulatorArguments(const std::string& dataDirectory) {
+    std::vector<std::string> arguments{"--listen", "127.0.0.1", "--port", "0"};
+    if (!dataDirectory.empty()) {
+        arguments.insert(arguments.end(), {"--data", dataDirectory});
+    }
+    return arguments;
+}
+
 }  // namespace
 
 bool runDemo(const DemoOptions& options, std::ostream& out, std::ostream& err) {
@@ -49,16 +59,14 @@ bool runDemo(const DemoOptions& options, std::ostream& out, std::ostream& err) {
         err << "fritzbox-xsi demo: unknown model '" << options.model << "'\n";
         return false;
     }
-    routersim::SimulatorOptions simulatorOptions;
-    simulatorOptions.user = kDemoUser;
-    simulatorOptions.password = kDemoPassword;
-    routersim::RouterSimulator simulator(routersim::RouterData::loadFromDirectory(options.dataDirectory),
-                                         simulatorOptions);
-    const int port = simulator.start("127.0.0.1", 0);
-    linux_platform::mapHost("fritz.box", "80", "127.0.0.1", std::to_string(port));
+    const SimulatorProcess simulator(tools::executableDirectory() + "/fritzbox-router-sim",
+                                     simulatorArguments(options.dataDirectory));
+    linux_platform::mapHost("fritz.box", "80", simulator.address(), simulator.port());
     linux_platform::setPhoneModel(model);
+    linux_platform::resetTransportStats();
 
-    out << "Router simulator on 127.0.0.1:" << port << " serving " << options.dataDirectory << "\n"
+    out << "Router simulator (fritzbox-router-sim) on " << simulator.address() << ":" << simulator.port() << " serving "
+        << (options.dataDirectory.empty() ? "its bundled sample data" : options.dataDirectory) << "\n"
         << "The module's requests to fritz.box:80 go there. Phone model: " << options.model
         << ". Module log lines (level 6) follow on stderr.\n";
 
@@ -92,13 +100,12 @@ bool runDemo(const DemoOptions& options, std::ostream& out, std::ostream& err) {
         converted = converted && !callLogsAgain && !directoryAgain;
     }
 
-    const routersim::SimulatorStats stats = simulator.stats();
+    const linux_platform::TransportStats stats = linux_platform::transportStats();
     heading(out, "Summary");
-    out << "The router answered " << stats.requests << " requests over " << stats.connections
+    out << "The module sent " << stats.requestsSent << " requests over " << stats.connectionsOpened
         << " TCP connection(s); the picture directory was removed with the module object (" << picturesOnDisk().size()
         << " files left).\n"
         << (converted ? "Demo finished as expected.\n" : "Demo did NOT go as expected; see the log above.\n");
-    simulator.stop();
     return converted;
 }
 

@@ -1,13 +1,13 @@
 #pragma once
-// The main job on its embedded default: the router simulator with the bundled sample data,
-// started in this process, and the module run against it as the phone would run it.
+// The main job on its default: the router simulator program (installed beside this one) with the
+// bundled sample data as a child process, and the module run against it as the phone would.
 #include <ostream>
 #include <string>
 
 namespace host {
 
 struct DemoOptions {
-    std::string dataDirectory = FRITZBOX_SAMPLE_DATA_DIR;
+    std::string dataDirectory;  // empty: the simulator's bundled sample
     std::string model = "tern";
 };
 

@@ -2,7 +2,6 @@
 // Drives the module as the phone's Broadsoft service does: one FritzBox object, sync() for a
 // data set with the change token the service keeps between refreshes, then getData() for the
 // document.
-#include <functional>
 #include <map>
 #include <ostream>
 #include <string>
@@ -36,16 +35,9 @@ struct SyncPlan {
 };
 
 // Runs the plan's syncs on one session, printing the document after each to `out` (also after
-// a false result, as the phone shows it). `afterEach` is told the round (1-based) and the result.
-// Returns the last sync's result. Throws std::runtime_error when the token file cannot be read
-// or written.
-bool runSyncs(const SyncPlan& plan, std::ostream& out,
-              const std::function<void(int round, bool result)>& afterEach = {});
-
-// The change token stored in `path`; empty when the file does not exist.
-std::string readToken(const std::string& path);
-// Replaces the token file atomically (a temporary file renamed over it).
-void writeToken(const std::string& path, const std::string& token);
+// a false result, as the phone shows it). Returns the last sync's result. Throws TokenFileError
+// when the token file cannot be read or replaced.
+bool runSyncs(const SyncPlan& plan, std::ostream& out);
 
 // "calllogs" -> 0, "directory" -> 5; false for anything else.
 bool parseDataSet(const std::string& name, Broadsoft::Filters::FilterTypes& filter);

@@ -3,18 +3,20 @@
 #include <CLI/CLI.hpp>
 
 #include <cstdlib>
-#include <fstream>
 #include <iostream>
 
 #include "Demo.h"
 #include "HostSession.h"
 #include "LinuxPlatform.h"
+#include "ProgramFiles.h"
+#include "TokenFile.h"
 
 namespace {
 
 const int kExitSynced = 0;
 const int kExitNotSynced = 1;
 const int kExitUsage = 2;
+const int kExitTokenFile = 3;  // the token file could not be read or replaced (1 means "unchanged")
 
 struct CommonOptions {
     int logLevel = 2;
@@ -37,34 +39,24 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-// "ADDR[:PORT]" with an IPv6 address in brackets; the port defaults to 80.
+// "ADDR[:PORT]", read like a --connect-to destination; the port defaults to 80.
 void mapRouter(const std::string& router) {
-    std::string address = router;
-    std::string port = "80";
-    const std::size_t colon = router.rfind(':');
-    const bool bracketed = !router.empty() && router.front() == '[';
-    if (colon != std::string::npos && (!bracketed || colon > router.find(']'))) {
-        address = router.substr(0, colon);
-        port = router.substr(colon + 1);
-    }
-    if (bracketed && address.size() > 2 && address.back() == ']') {
-        address = address.substr(1, address.size() - 2);
-    }
-    if (address.empty() || port.empty() || port.find_first_not_of("0123456789") != std::string::npos) {
-        throw UsageError("--router: expected ADDR[:PORT], got '" + router + "'");
+    std::string address;
+    std::string port;
+    if (!linux_platform::parseAddressAndPort(router, "80", address, port)) {
+        throw UsageError("--router: expected ADDR[:PORT] with a port 1-65535 and an IPv6 address in brackets, got '" +
+                         router + "'");
     }
     linux_platform::mapHost("fritz.box", "80", address, port);
 }
 
 std::string readPassword(const std::string& passwordFile) {
     if (!passwordFile.empty()) {
-        std::ifstream file(passwordFile);
-        if (!file) {
-            throw UsageError("--password-file: cannot read '" + passwordFile + "'");
+        try {
+            return tools::readPasswordFile(passwordFile);
+        } catch (const std::invalid_argument& error) {
+            throw UsageError(error.what());
         }
-        std::string password;
-        std::getline(file, password);
-        return password;
     }
     const char* fromEnvironment = std::getenv("FRITZBOX_PASSWORD");
     if (fromEnvironment == nullptr) {
@@ -132,7 +124,7 @@ int main(int argc, char** argv) {
     syncCommand->add_option("--connect-to", sync.connectTo, "Extra host mapping NAME:PORT:ADDR:PORT (repeatable)");
     syncCommand->add_option("--user", sync.user, "Router login user name")->required();
     syncCommand->add_option("--password-file", sync.passwordFile,
-                            "Read the password from the first line of FILE (else FRITZBOX_PASSWORD)");
+                            "Read the password from FILE, one line (else FRITZBOX_PASSWORD)");
     syncCommand->add_option("--token-file", sync.tokenFile,
                             "Keep the change token in FILE between runs (read before, written after)");
     syncCommand->add_option("--repeat", sync.repeat, "Number of syncs with one module object")
@@ -145,8 +137,8 @@ int main(int argc, char** argv) {
 
     host::DemoOptions demo;
     CLI::App* demoCommand =
-        app.add_subcommand("demo", "Start the router simulator with the bundled data and run the module against it");
-    demoCommand->add_option("--data", demo.dataDirectory, "Router data directory")->capture_default_str();
+        app.add_subcommand("demo", "Start fritzbox-router-sim with the bundled data and run the module against it");
+    demoCommand->add_option("--data", demo.dataDirectory, "Router data directory (default: the bundled sample)");
     demoCommand->add_option("--model", demo.model, "Phone model for the directory sync")->capture_default_str();
 
     try {
@@ -168,6 +160,9 @@ int main(int argc, char** argv) {
     } catch (const UsageError& error) {
         std::cerr << "fritzbox-xsi: " << error.what() << '\n';
         return kExitUsage;
+    } catch (const host::TokenFileError& error) {
+        std::cerr << "fritzbox-xsi: " << error.what() << '\n';
+        return kExitTokenFile;
     } catch (const std::exception& error) {
         std::cerr << "fritzbox-xsi: " << error.what() << '\n';
         return kExitNotSynced;

@@ -1,0 +1,110 @@
+#include "SimulatorProcess.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <stdexcept>
+
+#include "LinuxPlatform.h"
+
+extern char** environ;
+
+namespace host {
+namespace {
+
+// A simulator that loads its data and binds in well under a second; more means it hangs.
+constexpr int kStartTimeoutMs = 10000;
+const std::string kListeningPrefix = "listening on ";
+
+}  // namespace
+
+SimulatorProcess::SimulatorProcess(const std::string& program, const std::vector<std::string>& arguments) {
+    spawn(program, arguments);
+    try {
+        const std::string line = readLine(kStartTimeoutMs);
+        if (line.compare(0, kListeningPrefix.size(), kListeningPrefix) != 0 ||
+            !linux_platform::parseAddressAndPort(line.substr(kListeningPrefix.size()), "", m_address, m_port)) {
+            throw std::runtime_error(program + " printed '" + line + "' instead of 'listening on ADDRESS:PORT'");
+        }
+    } catch (...) {
+        stop();
+        throw;
+    }
+}
+
+SimulatorProcess::~SimulatorProcess() {
+    stop();
+}
+
+void SimulatorProcess::spawn(const std::string& program, const std::vector<std::string>& arguments) {
+    int pipeEnds[2];
+    if (pipe2(pipeEnds, O_CLOEXEC) != 0) {
+        throw std::runtime_error(std::string("cannot create a pipe: ") + std::strerror(errno));
+    }
+    std::vector<char*> argv{const_cast<char*>(program.c_str())};
+    for (const std::string& argument : arguments) {
+        argv.push_back(const_cast<char*>(argument.c_str()));
+    }
+    argv.push_back(nullptr);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, pipeEnds[1], STDOUT_FILENO);
+    const int error = posix_spawn(&m_pid, program.c_str(), &actions, nullptr, argv.data(), environ);
+    posix_spawn_file_actions_destroy(&actions);
+    close(pipeEnds[1]);
+    m_output = pipeEnds[0];
+    if (error != 0) {
+        m_pid = -1;
+        stop();
+        throw std::runtime_error("cannot start " + program + ": " + std::strerror(error));
+    }
+}
+
+std::string SimulatorProcess::readLine(int timeoutMs) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
+    std::string line;
+    for (;;) {
+        const auto left =
+            std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+        pollfd ready{m_output, POLLIN, 0};
+        const int polled = left.count() > 0 ? poll(&ready, 1, static_cast<int>(left.count())) : 0;
+        if (polled == 0) {
+            throw std::runtime_error("the router simulator did not report its address in time");
+        }
+        if (polled < 0) {
+            continue;  // interrupted; the deadline still holds
+        }
+        char c;
+        const ssize_t got = read(m_output, &c, 1);
+        if (got == 0) {
+            throw std::runtime_error("the router simulator ended before it listened (its message is above)");
+        }
+        if (got > 0 && c == '\n') {
+            return line;
+        }
+        if (got > 0) {
+            line += c;
+        }
+    }
+}
+
+void SimulatorProcess::stop() {
+    if (m_pid > 0) {
+        kill(m_pid, SIGTERM);
+        waitpid(m_pid, nullptr, 0);
+        m_pid = -1;
+    }
+    if (m_output >= 0) {
+        close(m_output);
+        m_output = -1;
+    }
+}
+
+}  // namespace host

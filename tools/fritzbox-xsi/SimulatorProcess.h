@@ -1,0 +1,34 @@
+#pragma once
+// The router simulator program run as a child process, for the demo: the installed host stays
+// free of the simulator's code and talks to it over loopback like to a real router.
+#include <sys/types.h>
+
+#include <string>
+#include <vector>
+
+namespace host {
+
+class SimulatorProcess {
+public:
+    // Starts `program` with `arguments` and waits for its "listening on ADDRESS:PORT" line.
+    // Throws std::runtime_error when it cannot be started or ends or stays silent instead.
+    SimulatorProcess(const std::string& program, const std::vector<std::string>& arguments);
+    ~SimulatorProcess();  // ends the simulator (SIGTERM) and waits for it
+    SimulatorProcess(const SimulatorProcess&) = delete;
+    SimulatorProcess& operator=(const SimulatorProcess&) = delete;
+
+    const std::string& address() const { return m_address; }
+    const std::string& port() const { return m_port; }
+
+private:
+    void spawn(const std::string& program, const std::vector<std::string>& arguments);
+    std::string readLine(int timeoutMs);
+    void stop();
+
+    pid_t m_pid = -1;
+    int m_output = -1;  // read end of the simulator's stdout
+    std::string m_address;
+    std::string m_port;
+};
+
+}  // namespace host

@@ -1,0 +1,86 @@
+#include "TokenFile.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "ProgramFiles.h"
+
+namespace host {
+namespace {
+
+std::string directoryOf(const std::string& path) {
+    const std::size_t slash = path.rfind('/');
+    if (slash == std::string::npos) {
+        return ".";
+    }
+    return slash == 0 ? "/" : path.substr(0, slash);
+}
+
+// Writes `content`, flushes it to the disk and closes `fd`; 0 or the first errno met.
+int writeSyncAndClose(int fd, const std::string& content) {
+    int error = 0;
+    for (std::size_t done = 0; error == 0 && done < content.size();) {
+        const ssize_t wrote = write(fd, content.data() + done, content.size() - done);
+        if (wrote > 0) {
+            done += static_cast<std::size_t>(wrote);
+        } else if (errno != EINTR) {
+            error = errno;
+        }
+    }
+    if (error == 0 && fsync(fd) != 0) {
+        error = errno;
+    }
+    if (close(fd) != 0 && error == 0) {
+        error = errno;
+    }
+    return error;
+}
+
+// Makes the rename itself durable: without this a power cut can bring the old file back.
+void syncDirectory(const std::string& directory) {
+    const int fd = open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    const int error = fd < 0 || fsync(fd) != 0 ? errno : 0;
+    if (fd >= 0) {
+        close(fd);
+    }
+    if (error != 0) {
+        throw TokenFileError("cannot sync directory " + directory + " of the token file: " + std::strerror(error));
+    }
+}
+
+}  // namespace
+
+std::string readToken(const std::string& path) {
+    const tools::FileText file = tools::readTextFile(path);
+    if (file.error == ENOENT) {
+        return "";
+    }
+    if (file.error != 0) {
+        throw TokenFileError("cannot read token file " + path + ": " + std::strerror(file.error));
+    }
+    return tools::withoutLineEnd(file.text);
+}
+
+void writeToken(const std::string& path, const std::string& token) {
+    std::string temporary = path + ".XXXXXX";
+    const int fd = mkostemp(&temporary[0], O_CLOEXEC);
+    if (fd < 0) {
+        throw TokenFileError("cannot create a temporary file beside token file " + path + ": " + std::strerror(errno));
+    }
+    int error = writeSyncAndClose(fd, token + "\n");
+    if (error == 0 && std::rename(temporary.c_str(), path.c_str()) != 0) {
+        error = errno;
+    }
+    if (error != 0) {
+        unlink(temporary.c_str());
+        throw TokenFileError("cannot replace token file " + path + ": " + std::strerror(error));
+    }
+    syncDirectory(directoryOf(path));
+}
+
+}  // namespace host

@@ -1,0 +1,24 @@
+#pragma once
+// The file that keeps a data set's change token between runs of the host, as the phone keeps it
+// between refreshes. It is replaced atomically, so a crash or a full disk never leaves a cut
+// token that would make the next run skip a changed router.
+#include <stdexcept>
+#include <string>
+
+namespace host {
+
+// The token file could not be read or replaced; the program ends with its own exit status.
+class TokenFileError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+// The change token stored in `path`; empty when the file does not exist. Throws TokenFileError
+// for any other file that cannot be read (a directory, no permission).
+std::string readToken(const std::string& path);
+
+// Writes the token to a new file beside `path`, syncs it, renames it over `path` and syncs the
+// directory. Throws TokenFileError on any failure and then leaves no temporary file behind.
+void writeToken(const std::string& path, const std::string& token);
+
+}  // namespace host
