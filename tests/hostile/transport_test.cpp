@@ -19,8 +19,15 @@ const char* const kExchangeFailed = "HTTP exchange with fritz.box:80 failed: ";
 
 class TransportTest : public ::testing::Test {
 protected:
-    void SetUp() override { router.callList = callListBody({"1;15.03.24 14:30;Anna;0301234;"}); }
-    void TearDown() override { linux_platform::clearHostMappings(); }
+    // Short I/O time-outs, so that the stalling routers below cost a fraction of a second.
+    void SetUp() override {
+        router.callList = callListBody({"1;15.03.24 14:30;Anna;0301234;"});
+        linux_platform::setTimeLimitOverrides({500, 300, 0});
+    }
+    void TearDown() override {
+        linux_platform::clearHostMappings();
+        linux_platform::setTimeLimitOverrides({});
+    }
 
     // The call-list fetch is answered with `reply`; login and everything else stay normal.
     void faultCallList(const ScriptedReply& reply) {
@@ -93,6 +100,17 @@ TEST_F(TransportTest, BodiesBeyondTheSizeCapFailTheFetch) {
     EXPECT_TRUE(log.contains(std::string(kExchangeFailed) + "invalid or oversized Content-Length"));
     EXPECT_TRUE(log.contains(std::string(kExchangeFailed) + "response body incomplete, oversized or malformed"));
     expectRecovery();
+}
+
+// A router that gives up the kept connection just as the next request arrives costs one new
+// connection, not a failed sync.
+TEST_F(TransportTest, RouterDroppingTheKeptConnectionCostsOneReconnect) {
+    ASSERT_TRUE(syncCallList());
+    ScriptedReply hangUp;
+    hangUp.noAnswer = true;
+    router.scripted().queueReply(hangUp);
+    EXPECT_TRUE(syncCallList()) << log.text();
+    EXPECT_EQ(router.scripted().connectionCount(), 2u);
 }
 
 // A failed fetch after a good login writes no level-2 line: only the platform's level-4 line and
