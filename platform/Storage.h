@@ -5,7 +5,8 @@
 // File system helpers of the host platform.
 class Storage {
 public:
-    // Creates `path` and its missing parents (mode 0755). True when the directory exists after.
+    // Creates `path` and its missing parents (mode 0777 less the umask, so 0755 under the usual 022).
+    // True when the directory exists after.
     static bool makeDir(const std::string& path);
     // Deletes `path` with everything below it. Symbolic links are removed, never followed, so
     // nothing outside `path` is touched. True when nothing of it is left.

@@ -1,5 +1,6 @@
 #include "Cryptographer.h"
 
+#include <nettle/base16.h>
 #include <nettle/md5.h>
 
 #include <cstdint>
@@ -15,12 +16,8 @@ std::string Cryptographer::md5(const std::string& data) const {
     std::uint8_t digest[MD5_DIGEST_SIZE];
     md5_digest(&context, sizeof digest, digest);
 
-    static const char kHexDigits[] = "0123456789abcdef";
-    std::string hex;
-    hex.reserve(2 * sizeof digest);
-    for (const std::uint8_t byte : digest) {
-        hex += kHexDigits[byte >> 4];
-        hex += kHexDigits[byte & 0x0f];
-    }
+    // Nettle writes lower-case digits, the form the router's login expects.
+    std::string hex(BASE16_ENCODE_LENGTH(sizeof digest), '\0');
+    base16_encode_update(&hex[0], sizeof digest, digest);
     return hex;
 }

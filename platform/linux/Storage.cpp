@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <filesystem>
 
 namespace {
 
@@ -26,17 +27,9 @@ constexpr int kOpenDirectoryLimit = 16;
 }  // namespace
 
 bool Storage::makeDir(const std::string& path) {
-    if (path.empty()) {
-        return false;
-    }
-    // Creates every prefix that ends before a "/", then the full path; existing ones are fine.
-    for (std::size_t slash = path.find('/', 1);; slash = path.find('/', slash + 1)) {
-        ::mkdir(path.substr(0, slash).c_str(), 0755);
-        if (slash == std::string::npos) {
-            break;
-        }
-    }
-    return isDirectory(path);
+    std::error_code ignored;
+    std::filesystem::create_directories(path, ignored);
+    return !path.empty() && isDirectory(path);
 }
 
 // FTW_PHYS reports symbolic links as links, so remove() deletes the link and nothing it points to;
