@@ -29,12 +29,4 @@ auto finishes(Step step) {
     return result.get();
 }
 
-inline std::size_t occurrences(const std::string& text, const std::string& word) {
-    std::size_t count = 0;
-    for (std::size_t at = text.find(word); at != std::string::npos; at = text.find(word, at + word.size())) {
-        ++count;
-    }
-    return count;
-}
-
 }  // namespace hostile

@@ -9,6 +9,7 @@
 
 class ModuleTest : public ::testing::Test {
 protected:
+    explicit ModuleTest(const std::string& password = "geheim") : router(password), box("admin", password) {}
     void SetUp() override { linux_platform::setPhoneModel(linux_platform::PhoneModel::Other); }
     void TearDown() override {
         linux_platform::setPhoneModel(linux_platform::PhoneModel::Other);
@@ -17,7 +18,7 @@ protected:
 
     testsupport::LogCapture log{6};
     testsupport::TestRouter router;
-    FritzBox box{"admin", "geheim"};
+    FritzBox box;
     FritzBoxTestAccess access{box};
     std::string token;
 };
