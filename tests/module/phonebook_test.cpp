@@ -1,7 +1,7 @@
 // Phonebook import: the export fetch, contact conversion and contact pictures.
-#include <dirent.h>
 #include <unistd.h>
 
+#include <filesystem>
 #include <fstream>
 #include <set>
 
@@ -40,14 +40,8 @@ std::string readFile(const std::string& path) {
 
 std::set<std::string> pictureFiles() {
     std::set<std::string> names;
-    DIR* directory = ::opendir(kPictureDirectory.c_str());
-    while (const dirent* found = directory != nullptr ? ::readdir(directory) : nullptr) {
-        if (std::string(found->d_name) != "." && std::string(found->d_name) != "..") {
-            names.insert(found->d_name);
-        }
-    }
-    if (directory != nullptr) {
-        ::closedir(directory);
+    for (const auto& file : std::filesystem::directory_iterator(kPictureDirectory)) {
+        names.insert(file.path().filename().string());
     }
     return names;
 }
