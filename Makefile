@@ -26,11 +26,14 @@ test-native: build
 	ctest --test-dir $(BUILD_DIR) $(CTEST_FLAGS)
 
 # The 32-bit ARM build runs the whole suite under qemu-arm; warnings are errors so that every
-# printf format and integer width is checked with 32-bit long and size_t. No tools: cpp-httplib
-# has no armhf package that installs alongside the native one; the consumer test runs its ARM
-# host against the native build's router simulator (skipped when that is not built).
+# printf format and integer width is checked with 32-bit long and size_t. It builds the host but
+# not the router simulator (cpp-httplib has no armhf package that installs alongside the native
+# one): the host and consumer tests run their ARM programs against the native build's simulator,
+# which this target builds first.
 test-arm: deps
-	cmake -S . -B $(ARM_BUILD_DIR) -G Ninja $(ARM_TOOLCHAIN) -DFRITZBOX_BUILD_TOOLS=OFF -DFRITZBOX_WERROR=ON \
+	cmake -S . -B $(BUILD_DIR) -G Ninja
+	cmake --build $(BUILD_DIR) -j $(JOBS) --target fritzbox-router-sim
+	cmake -S . -B $(ARM_BUILD_DIR) -G Ninja $(ARM_TOOLCHAIN) -DFRITZBOX_WERROR=ON \
 	  -DFRITZBOX_NATIVE_ROUTER_SIM=$(CURDIR)/$(BUILD_DIR)/bin/fritzbox-router-sim
 	cmake --build $(ARM_BUILD_DIR) -j $(JOBS)
 	ctest --test-dir $(ARM_BUILD_DIR) $(CTEST_FLAGS)
