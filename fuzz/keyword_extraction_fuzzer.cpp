@@ -1,24 +1,20 @@
-// ClientUtils::getStringBetweenKeywords against its contract, checked with a plain byte-by-byte
-// search: the first `begin`, the first `end` after it, the text between them handed out and the
-// whole occurrence removed with the text before and after kept; no change at all without a pair.
-// The module's single-pass walk must hand out what repeated extraction does, for any keywords.
+// ClientUtils::getStringBetweenKeywords against its contract, checked with a byte-by-byte search:
+// the first `begin`, the first `end` after it, the text between them handed out and the whole
+// occurrence removed with the text before and after kept; no change at all without a pair. The
+// module's single-pass walk must hand out what repeated extraction does, for any keywords.
 #include <fuzzer/FuzzedDataProvider.h>
+
+#include <algorithm>
 
 #include "ClientUtils.h"
 #include "FuzzHarness.h"
 
 namespace {
 
-const std::string kUntouched = "untouched";
-
-// The first position at or after `from` where `word` starts, or npos.
+// The first position at or after `from` where a non-empty `word` starts, or npos.
 std::size_t naiveFind(const std::string& text, const std::string& word, std::size_t from) {
-    for (std::size_t at = from; at + word.size() <= text.size(); ++at) {
-        std::size_t matched = 0;
-        while (matched < word.size() && text[at + matched] == word[matched]) {
-            ++matched;
-        }
-        if (matched == word.size()) {
+    for (std::size_t at = from; !word.empty() && at != std::string::npos && at + word.size() <= text.size(); ++at) {
+        if (std::equal(word.begin(), word.end(), text.begin() + static_cast<std::ptrdiff_t>(at))) {
             return at;
         }
     }
@@ -32,22 +28,17 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string begin = provider.ConsumeRandomLengthString(16);
     const std::string end = provider.ConsumeRandomLengthString(16);
     const std::string original = provider.ConsumeRemainingBytesAsString();
+    fuzzharness::checkWalkCutsAsRepeatedExtraction(original, begin, end);
 
     std::string source = original;
-    std::string out = kUntouched;
+    std::string out = "untouched";
     const bool found = ClientUtils::getStringBetweenKeywords(source, out, begin, end);
-
-    const std::size_t beginAt = begin.empty() ? std::string::npos : naiveFind(original, begin, 0);
+    const std::size_t beginAt = naiveFind(original, begin, 0);
     const std::size_t contentAt = beginAt == std::string::npos ? beginAt : beginAt + begin.size();
-    const std::size_t endAt =
-        end.empty() || contentAt == std::string::npos ? std::string::npos : naiveFind(original, end, contentAt);
+    const std::size_t endAt = naiveFind(original, end, contentAt);
     FUZZ_CHECK(found == (endAt != std::string::npos));
-    FUZZ_CHECK(fuzzharness::walked(original, begin, end) == fuzzharness::extractedRepeatedly(original, begin, end));
-    if (!found) {
-        FUZZ_CHECK(source == original && out == kUntouched);
-        return 0;
-    }
-    FUZZ_CHECK(out == original.substr(contentAt, endAt - contentAt));
-    FUZZ_CHECK(source == original.substr(0, beginAt) + original.substr(endAt + end.size()));
+    FUZZ_CHECK(found ? out == original.substr(contentAt, endAt - contentAt) &&
+                           source == original.substr(0, beginAt) + original.substr(endAt + end.size())
+                     : source == original && out == "untouched");
     return 0;
 }

@@ -1,14 +1,10 @@
 #!/usr/bin/env bash
-# Runs the fuzz targets one after another, each on its own growing corpus seeded from
-# fuzz/corpus/<target>.
-#   fuzz/run-fuzzers.sh BUILD_DIR WORK_DIR SECONDS [RUNS] [TARGET...]
-# SECONDS bounds each target's run; RUNS (0: no bound) bounds its executions. New inputs go to
-# WORK_DIR/<target>, crash inputs to WORK_DIR/artifacts; the seed corpora are only read.
-#
-# The targets create and delete the phone's picture directory /data/images/fritzbox/, which the
-# test suite uses too. As root, where mount namespaces are allowed, the run gets a private tmpfs
-# there, so it neither disturbs tests running beside it nor churns the disk with millions of
-# files; elsewhere it uses the real directory.
+# fuzz/run-fuzzers.sh BUILD_DIR WORK_DIR SECONDS [RUNS] [TARGET...]
+# Runs the fuzz targets one after another, each at most SECONDS (and RUNS executions unless 0) on its
+# corpus WORK_DIR/<target>, seeded read-only from fuzz/corpus/<target>; crash inputs go to
+# WORK_DIR/artifacts. The targets create and delete /data/images/fritzbox/, which the tests use too:
+# as root, where mount namespaces are allowed, the run gets a private tmpfs there, so it neither
+# disturbs tests beside it nor churns the disk with millions of files.
 set -euo pipefail
 
 if [[ $# -lt 3 ]]; then
@@ -17,15 +13,11 @@ if [[ $# -lt 3 ]]; then
 fi
 source_dir="$(cd "$(dirname "$0")" && pwd)"
 build_dir="$(cd "$1" && pwd)"
-work_dir="$2"
-seconds="$3"
-runs="${4:-0}"
-shift $(($# < 4 ? $# : 4))
-targets=("$@")
-if [[ ${#targets[@]} -eq 0 ]]; then
-    targets=(call_list_fuzzer contact_record_fuzzer phonebook_export_fuzzer keyword_extraction_fuzzer
-             serializer_fuzzer)
-fi
+work_dir=$2
+seconds=$3
+runs=${4:-0}
+targets=("${@:5}")
+[[ ${#targets[@]} -gt 0 ]] || targets=(call_list_fuzzer phonebook_export_fuzzer keyword_extraction_fuzzer serializer_fuzzer)
 
 # The probe mounts in a namespace of its own, which ends with it.
 if [[ -z "${FUZZ_PRIVATE_PICTURES:-}" && $(id -u) -eq 0 ]] && mkdir -p /data/images &&
@@ -41,14 +33,13 @@ for target in "${targets[@]}"; do
     echo "== $target: ${seconds}s$([[ $runs -gt 0 ]] && echo ", at most $runs runs")"
     log="$work_dir/$target.log"
     # -timeout: one input that takes this long is a hang (the module's I/O time-out is 5 s).
-    status=0
     "$build_dir/bin/$target" -max_total_time="$seconds" -runs="$((runs > 0 ? runs : -1))" -timeout=30 \
         -print_final_stats=1 -artifact_prefix="$work_dir/artifacts/$target-" \
-        "$work_dir/$target" "$source_dir/corpus/$target" >"$log" 2>&1 || status=$?
-    if [[ $status -ne 0 ]]; then
+        "$work_dir/$target" "$source_dir/corpus/$target" >"$log" 2>&1 || {
+        status=$?
         tail -n 60 "$log" >&2
         echo "$target failed (exit $status); the input is in $work_dir/artifacts" >&2
         exit "$status"
-    fi
+    }
     grep -E '^(#[0-9]+[[:space:]]+(INITED|DONE)|stat::(number_of_executed_units|new_units_added|peak_rss_mb))' "$log" || true
 done
