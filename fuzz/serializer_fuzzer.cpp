@@ -29,9 +29,7 @@ void checkRoundTrip(const std::vector<std::string>& fields, bool escape) {
 
 void checkCallLogRecord(FuzzedDataProvider& provider) {
     std::string fields[6] = {provider.PickValueInArray({"Missed", "Placed", "Received"})};
-    for (std::size_t i = 1; i < 6; ++i) {
-        fields[i] = provider.ConsumeRandomLengthString(32);
-    }
+    std::generate(fields + 1, fields + 6, [&provider] { return provider.ConsumeRandomLengthString(32); });
     std::string written[6];  // the writer takes its fields by reference
     std::copy(fields, fields + 6, written);
     std::string record = BroadsoftServiceHelper::serializeCallLogRecord(written[0], written[1], written[2], written[3],

@@ -13,6 +13,7 @@
 #include <map>
 #include <string>
 #include <type_traits>
+#include <utility>
 
 #include "CallItems.h"
 #include "Cryptographer.h"
@@ -21,24 +22,17 @@
 
 namespace {
 
+// The members the module reads and writes through the inline accessors.
+#define MEMBER(name) \
+    { #name, offsetof(CallInfo, name) }
+const std::pair<const char*, std::size_t> kCallInfoMembers[] = {
+    MEMBER(callId),   MEMBER(remoteNumber), MEMBER(remoteName),  MEMBER(lineId),
+    MEMBER(duration), MEMBER(callTime),     MEMBER(callInfoMode)};
+
 template <typename T>
 void row(const char* name) {
     std::printf("%-36s size %3zu  align %zu%s\n", name, sizeof(T), alignof(T),
                 std::is_polymorphic<T>::value ? "  (vtable pointer first)" : "");
-}
-
-void member(const char* name, std::size_t offset) {
-    std::printf("    %-32s offset %3zu\n", name, offset);
-}
-
-void callInfoMembers() {
-    member("callId", offsetof(CallInfo, callId));
-    member("remoteNumber", offsetof(CallInfo, remoteNumber));
-    member("remoteName", offsetof(CallInfo, remoteName));
-    member("lineId", offsetof(CallInfo, lineId));
-    member("duration", offsetof(CallInfo, duration));
-    member("callTime", offsetof(CallInfo, callTime));
-    member("callInfoMode", offsetof(CallInfo, callInfoMode));
 }
 
 const char* floatAbi() {
@@ -69,7 +63,9 @@ int main() {
     row<Cryptographer>("Cryptographer");
     row<SecureTransportException>("SecureTransportException");
     row<CallInfo>("CallInfo");
-    callInfoMembers();
+    for (const auto& [name, offset] : kCallInfoMembers) {
+        std::printf("    %-32s offset %3zu\n", name, offset);
+    }
     row<MissedCallItem::MissedCallInfo>("MissedCallItem::MissedCallInfo");
     row<DialledCallItem::DialledCallInfo>("DialledCallItem::DialledCallInfo");
     row<ReceivedCallItem::ReceivedCallInfo>("ReceivedCallItem::ReceivedCallInfo");

@@ -5,19 +5,10 @@
 # Documents must satisfy SCHEMA (the project's); the published XSI schemas, when present, only inform.
 set -uo pipefail
 
-SCHEMA=$1
-PUBLISHED=$2
-SIM=$3
-EMULATOR=("${@:5}")
+SCHEMA=$1 PUBLISHED=$2 SIM=$3 EMULATOR=("${@:5}")
 HOST=("${EMULATOR[@]}" "$4")
-PICTURES=/data/images/fritzbox
-PASSWORD='sImUl-Pass#1'
-WORK=$(mktemp -d)
-OUT=$WORK/out
-ERR=$WORK/err
-SIM_PIDS=()
-CHECKS=0
-FAILED=0
+PICTURES=/data/images/fritzbox PASSWORD='sImUl-Pass#1' WORK=$(mktemp -d)
+OUT=$WORK/out ERR=$WORK/err SIM_PIDS=() CHECKS=0 FAILED=0
 
 stop_simulators() {
     for pid in "${SIM_PIDS[@]}"; do kill "$pid" && wait "$pid"; done 2>/dev/null
@@ -54,8 +45,7 @@ valid_document() {  # valid_document FILE: the project's schema decides, the pub
     [ ! -d "$PUBLISHED" ] || echo "info: $1 $(xmllint --noout --schema "$PUBLISHED/xsd/Directory/XSIDirectories.xsd" \
         "$1" 2>/dev/null && echo is || echo is not) valid against the published XSI schema (never a failure)"
     # numberOfRecords equals the number of entries, which no schema can say
-    local count
-    count=$(sed -n 's/.*<numberOfRecords>\([0-9]*\)<.*/\1/p' "$1")
+    local count=$(sed -n 's/.*<numberOfRecords>\([0-9]*\)<.*/\1/p' "$1")
     xmllint --noout --schema "$SCHEMA" "$1" && { [ -z "$count" ] || [ "$(grep -o '<entry>' "$1" | wc -l)" -eq "$count" ]; }
 }
 
