@@ -3,11 +3,13 @@
 // ephemeral port, serves each connection on its own thread with keep-alive, and answers every
 // request with the next queued reply, else with the handler's. Plain POSIX sockets, so it builds
 // and runs wherever the platform library does (also on 32-bit ARM).
+#include <condition_variable>
 #include <cstddef>
 #include <deque>
 #include <functional>
 #include <list>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 #include <utility>
@@ -21,19 +23,13 @@ struct ScriptedReply {
     enum class Framing { ContentLength, Chunked, UntilClose };
 
     int status = 200;
-    std::string reason;  // empty: the usual phrase for `status`
-    // Sent as given. A Content-Length or Transfer-Encoding here replaces the router's own framing
-    // header, which lets a test declare a length the body does not have.
-    HeaderList headers;
-    std::string body;  // not sent in answer to HEAD
+    HeaderList headers;  // sent as given, before the router's framing header
+    std::string body;
     Framing framing = Framing::ContentLength;
-    std::size_t chunkSize = 4096;                    // payload bytes per chunk with Framing::Chunked
-    bool closeAfter = false;                         // send "Connection: close" and hang up after the reply
-    std::string raw;                                 // when set, sent verbatim instead of all of the above
-    std::size_t truncateBodyAt = std::string::npos;  // hang up after this many body bytes
-    int delayMs = 0;                                 // wait before answering (cut short when the router is destroyed)
-    int trickleMs = 0;                               // body one byte at a time, this far apart (not chunked)
-    bool noAnswer = false;                           // hang up without answering
+    std::size_t chunkSize = 4096;    // payload bytes per chunk with Framing::Chunked
+    bool closeAfter = false;         // hang up after the reply ("Connection: close" unless raw)
+    std::optional<std::string> raw;  // when set, sent verbatim instead of all of the above
+    int paceMs = 0;                  // the reply's bytes one at a time, this far apart
 };
 
 struct ReceivedRequest {
@@ -41,7 +37,6 @@ struct ReceivedRequest {
     std::string target;
     HeaderList headers;
     std::string body;
-    int connectionIndex = 0;  // which accepted connection carried it, counting from 0
 
     // The first header called `name` (compared without case); empty when there is none.
     std::string header(const std::string& name) const;
@@ -79,7 +74,6 @@ public:
 private:
     struct Connection {
         int fd = -1;
-        int index = 0;
         bool idle = false;            // waiting for its next request
         bool hangUpWhenIdle = false;  // closeIdleConnections() came while a reply was on its way
         std::thread thread;
@@ -90,22 +84,20 @@ private:
     bool readRequest(int fd, std::string& buffer, ReceivedRequest& request) const;
     bool receiveSome(int fd, std::string& buffer) const;
     ScriptedReply replyFor(const ReceivedRequest& request);
-    bool sendReply(int fd, const ReceivedRequest& request, const ScriptedReply& reply) const;
-    bool sendBody(int fd, const ScriptedReply& reply) const;
+    bool sendReply(int fd, const ScriptedReply& reply) const;
     bool sendAll(int fd, const char* data, std::size_t length) const;
-    // Waits for `fd` to become ready for `events`; false when the router stops or the wait fails.
-    bool waitFor(int fd, short events, int timeoutMs) const;
+    // Sleeps; false when the router stops meanwhile.
     bool pause(int milliseconds) const;
-    bool stopping() const;
     // Marks the connection as waiting for a request; false when it is to be hung up instead.
     bool becomeIdle(Connection& connection);
     void becomeBusy(Connection& connection);
     void closeConnection(Connection& connection);
 
     int m_listenFd = -1;
-    int m_stopPipe[2] = {-1, -1};  // readable once the router stops; wakes every waiting thread
     int m_port = 0;
     mutable std::mutex m_mutex;
+    mutable std::condition_variable m_stopped;
+    bool m_stopping = false;
     Handler m_handler;
     std::deque<ScriptedReply> m_queue;
     std::vector<ReceivedRequest> m_requests;
