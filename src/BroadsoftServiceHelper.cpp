@@ -170,7 +170,10 @@ void BroadsoftServiceHelper::formatTime(std::string& time) {
     std::tm utc{};
     gmtime_r(&instant, &utc);
     char text[26];  // 25 characters and the terminator
-    std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S+00:00", &utc);
+    // A year past 9999 does not fit; like an instant mktime cannot give, it leaves the cut stamp.
+    if (std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S+00:00", &utc) == 0) {
+        return;
+    }
     time = text;
 }
 
