@@ -196,6 +196,76 @@ std::string FritzBox::getData(Broadsoft::Filters::FilterTypes filter) {
 // ---------------------------------------------------------------------------------------------
 // HTTP exchange
 
+namespace {
+
+// What one exchange leaves for connectionHandler to decide on.
+struct ExchangeOutcome {
+    bool sent = false;
+    int readResult = HttpClient::FAILURE;
+    std::string redirectHost;
+};
+
+// One request and its whole answer over `connection`, through a client that lives for this
+// exchange only and is gone when this returns. The body arrives in reads of at most
+// kMaxResponseLength bytes, appended in order.
+ExchangeOutcome exchangeOnce(SecureConnection* connection, const std::string& host, const std::string& path,
+                             const std::string& body, HttpClientIfc::HTTPMETHOD method,
+                             const std::multimap<std::string, std::string>& requestHeaders, std::string& responseData,
+                             std::multimap<std::string, std::string>& responseHeaders,
+                             HttpClientIfc::eStatusCode& statusCode) {
+    ExchangeOutcome outcome;
+    std::unique_ptr<HttpClient> client(new HttpClient());
+    client->setDestinationHost(host, kRequestPort);
+    statusCode = HttpClientIfc::eStatusNone;
+    outcome.sent = client->sendRequest(connection, method, 0, requestHeaders, path.c_str(), body.c_str(), body.length(),
+                                       "", "", 1, 0) != HttpClient::FAILURE;
+    if (!outcome.sent) {
+        return outcome;
+    }
+    int totalLength = 0;
+    int result =
+        client->readResponse(connection, responseData, kMaxResponseLength, statusCode, totalLength, responseHeaders);
+    FRITZBOX_TRACE(
+        "connectionHandler() statusCode: %d, result: %d, maxResponseLength: %d, totalLength: %d, "
+        "responseData.length(): %d",
+        static_cast<int>(statusCode), result, kMaxResponseLength, totalLength, static_cast<int>(responseData.length()));
+    // The announced length lets the body grow in place instead of being copied at every
+    // doubling. It is the router's word, so no more than a large export is set aside on it.
+    if (totalLength > 0) {
+        responseData.reserve(std::min(static_cast<std::size_t>(totalLength), kMaxReservedResponse));
+    }
+    while (result == HttpClientIfc::MORE_DATA) {
+        std::string more;
+        result = client->readMoreData(connection, more, kMaxResponseLength);
+        responseData.append(more);
+    }
+    outcome.readResult = result;
+    // Asked after every exchange: only a redirect status makes use of it.
+    outcome.redirectHost = client->getRedirectHost();
+    return outcome;
+}
+
+enum class StatusMeaning { Usable, Redirect, Unexpected };
+
+StatusMeaning meaningOf(HttpClientIfc::eStatusCode statusCode) {
+    switch (static_cast<int>(statusCode)) {
+        case 200:
+        case 201:
+        case 204:
+        case 304:
+        case 404:  // counted as usable on purpose: the caller judges the body
+            return StatusMeaning::Usable;
+        case 301:
+        case 302:
+        case 307:
+            return StatusMeaning::Redirect;
+        default:  // 303 included: it is not followed
+            return StatusMeaning::Unexpected;
+    }
+}
+
+}  // namespace
+
 bool FritzBox::connectionHandler(const std::string& path, std::string body, HttpClientIfc::HTTPMETHOD method,
                                  std::string& responseData, HeaderMap& requestHeaders, HeaderMap& responseHeaders,
                                  HttpClientIfc::eStatusCode& statusCode, std::string host, std::int32_t redirectCount) {
@@ -227,63 +297,31 @@ bool FritzBox::connectionHandler(const std::string& path, std::string body, Http
     FRITZBOX_TRACE("connectionHandler() m_secureConn[%p], m_transportContext[%p]",
                    static_cast<void*>(m_secureConn.get()), static_cast<void*>(m_transportContext.get()));
 
-    int result = HttpClient::FAILURE;
-    bool sent = false;
+    ExchangeOutcome exchange;
     if (m_secureConn) {
-        std::unique_ptr<HttpClient> client(new HttpClient());
-        client->setDestinationHost(host, kRequestPort);
-        statusCode = HttpClientIfc::eStatusNone;
-        sent = client->sendRequest(m_secureConn.get(), method, 0, requestHeaders, path.c_str(), body.c_str(),
-                                   body.length(), "", "", 1, 0) != HttpClient::FAILURE;
-        if (sent) {
-            int totalLength = 0;
-            result = client->readResponse(m_secureConn.get(), responseData, kMaxResponseLength, statusCode, totalLength,
-                                          responseHeaders);
-            FRITZBOX_TRACE(
-                "connectionHandler() statusCode: %d, result: %d, maxResponseLength: %d, totalLength: %d, "
-                "responseData.length(): %d",
-                static_cast<int>(statusCode), result, kMaxResponseLength, totalLength,
-                static_cast<int>(responseData.length()));
-            // The announced length lets the body grow in place instead of being copied at every
-            // doubling. It is the router's word, so no more than a large export is set aside on it.
-            if (totalLength > 0) {
-                responseData.reserve(std::min(static_cast<std::size_t>(totalLength), kMaxReservedResponse));
-            }
-            while (result == HttpClientIfc::MORE_DATA) {
-                std::string more;
-                result = client->readMoreData(m_secureConn.get(), more, kMaxResponseLength);
-                responseData.append(more);
-            }
-            // Asked after every exchange: only a redirect status makes use of it below.
-            host = client->getRedirectHost();
-            client.reset();
-            clearSecureConnection(false);
-        }
+        exchange = exchangeOnce(m_secureConn.get(), host, path, body, method, requestHeaders, responseData,
+                                responseHeaders, statusCode);
     }
-    if (!sent) {
+    if (!exchange.sent) {
         clearSecureConnection(true);
         FRITZBOX_TRACE("connectionHandler() HttpClient::FAILURE");
         return false;
     }
-    if (result == HttpClient::FAILURE) {
+    host = exchange.redirectHost;
+    clearSecureConnection(false);
+    if (exchange.readResult == HttpClient::FAILURE) {
         FRITZBOX_TRACE("connectionHandler() HttpClient::FAILURE on reading response");
         return false;
     }
 
-    switch (static_cast<int>(statusCode)) {
-        case 200:
-        case 201:
-        case 204:
-        case 304:
-        case 404:  // counted as usable on purpose: the caller judges the body
+    switch (meaningOf(statusCode)) {
+        case StatusMeaning::Usable:
             return true;
-        case 301:
-        case 302:
-        case 307:
-            break;
-        default:  // 303 included: it is not followed
+        case StatusMeaning::Unexpected:
             FRITZBOX_TRACE("connectionHandler() unexpected response\n%s\n", responseData.c_str());
             return false;
+        case StatusMeaning::Redirect:
+            break;
     }
     if (redirectCount == kMaxRedirectDepth) {
         FRITZBOX_LOG(2, "connectionHandler() too many redirects");
