@@ -2,12 +2,10 @@
 // A scriptable HTTP/1.1 server standing in for the router in tests. It listens on 127.0.0.1 on an
 // ephemeral port, serves each connection on its own thread with keep-alive, and answers every
 // request with the next queued reply, else with the handler's. Plain POSIX sockets, so it builds
-// and runs wherever the platform library does (also on 32-bit ARM).
-#include <condition_variable>
+// and runs wherever the platform library does (also on 32-bit ARM under qemu).
 #include <cstddef>
 #include <deque>
 #include <functional>
-#include <list>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -19,17 +17,14 @@ namespace testsupport {
 
 using HeaderList = std::vector<std::pair<std::string, std::string>>;
 
+// Every field has an initializer, so that ScriptedReply{404} or {200, {}, "body"} builds without warnings.
 struct ScriptedReply {
-    enum class Framing { ContentLength, Chunked, UntilClose };
-
     int status = 200;
-    HeaderList headers;  // sent as given, before the router's framing header
-    std::string body;
-    Framing framing = Framing::ContentLength;
-    std::size_t chunkSize = 4096;    // payload bytes per chunk with Framing::Chunked
-    bool closeAfter = false;         // hang up after the reply ("Connection: close" unless raw)
-    std::optional<std::string> raw;  // when set, sent verbatim instead of all of the above
-    int paceMs = 0;                  // the reply's bytes one at a time, this far apart
+    HeaderList headers{};  // sent as given, before Content-Length
+    std::string body{};
+    bool closeAfter = false;           // hang up after the reply ("Connection: close" unless raw)
+    std::optional<std::string> raw{};  // when set, sent verbatim instead of all of the above
+    int paceMs = 0;                    // the reply's bytes one at a time, this far apart
 };
 
 struct ReceivedRequest {
@@ -48,62 +43,54 @@ public:
 
     // Without a handler every request is answered 404 (unless a reply is queued).
     explicit ScriptedRouter(Handler handler = {});
-    // Stops all threads and closes all sockets; never waits for a client.
+    // Hangs up every connection and stops all threads; never waits for a client.
     ~ScriptedRouter();
     ScriptedRouter(const ScriptedRouter&) = delete;
     ScriptedRouter& operator=(const ScriptedRouter&) = delete;
 
     int port() const { return m_port; }
-    void setHandler(Handler handler);
     // Replies used in order, one per request, before the handler is asked.
-    void queueReply(ScriptedReply reply);
-
+    void queueReply(ScriptedReply reply) {
+        locked([&] { m_queue.push_back(std::move(reply)); });
+    }
     // Keeps every request for requests() (the default). Off, only the count is kept, so that a
     // router answering millions of requests in one process does not grow.
-    void setKeepHistory(bool keep);
-    std::vector<ReceivedRequest> requests() const;
-    std::size_t requestCount() const;
-    std::size_t connectionCount() const;
-
-    // Hangs up every kept connection, like a router dropping them: at once when it waits for its
-    // next request, else as soon as its current reply is out.
-    void closeIdleConnections();
+    void setKeepHistory(bool keep) {
+        locked([&] { m_keepHistory = keep; });
+    }
+    std::vector<ReceivedRequest> requests() const {
+        return locked([this] { return m_requests; });
+    }
+    std::size_t requestCount() const {
+        return locked([this] { return m_requestCount; });
+    }
+    std::size_t connectionCount() const {
+        return locked([this] { return m_sockets.size(); });
+    }
     // Maps `name`:`port` to this router for the platform's connections.
     void mapAs(const std::string& name = "fritz.box", const std::string& port = "80") const;
 
 private:
-    struct Connection {
-        int fd = -1;
-        bool idle = false;            // waiting for its next request
-        bool hangUpWhenIdle = false;  // closeIdleConnections() came while a reply was on its way
-        std::thread thread;
-    };
-
+    template <typename Action>
+    auto locked(Action action) const -> decltype(action()) {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        return action();
+    }
     void acceptConnections();
-    void serve(Connection& connection);
-    bool readRequest(int fd, std::string& buffer, ReceivedRequest& request) const;
-    bool receiveSome(int fd, std::string& buffer) const;
+    void serve(std::size_t connection, int fd);
     ScriptedReply replyFor(const ReceivedRequest& request);
-    bool sendReply(int fd, const ScriptedReply& reply) const;
-    bool sendAll(int fd, const char* data, std::size_t length) const;
-    // Sleeps; false when the router stops meanwhile.
-    bool pause(int milliseconds) const;
-    // Marks the connection as waiting for a request; false when it is to be hung up instead.
-    bool becomeIdle(Connection& connection);
-    void becomeBusy(Connection& connection);
-    void closeConnection(Connection& connection);
 
+    const Handler m_handler;
     int m_listenFd = -1;
     int m_port = 0;
     mutable std::mutex m_mutex;
-    mutable std::condition_variable m_stopped;
     bool m_stopping = false;
-    Handler m_handler;
     std::deque<ScriptedReply> m_queue;
     std::vector<ReceivedRequest> m_requests;
     std::size_t m_requestCount = 0;
     bool m_keepHistory = true;
-    std::list<Connection> m_connections;
+    std::vector<int> m_sockets;  // one per connection, -1 once it is closed
+    std::vector<std::thread> m_threads;
     std::thread m_acceptThread;
 };
 
