@@ -2,13 +2,11 @@
 
 namespace testsupport {
 
-LogCapture::LogCapture(int level)
-    : m_captured(std::make_shared<Captured>()), m_previousLevel(linux_platform::logLevel()) {
+LogCapture::LogCapture(int level) : m_previousLevel(linux_platform::logLevel()) {
     linux_platform::setLogLevel(level);
-    std::shared_ptr<Captured> captured = m_captured;
-    linux_platform::setLogSink([captured](const linux_platform::LogRecord& record) {
-        std::lock_guard<std::mutex> lock(captured->mutex);
-        captured->records.push_back(record);
+    linux_platform::setLogSink([this](const linux_platform::LogRecord& record) {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_records.push_back(record);
     });
 }
 
@@ -18,13 +16,12 @@ LogCapture::~LogCapture() {
 }
 
 std::vector<linux_platform::LogRecord> LogCapture::records() const {
-    std::lock_guard<std::mutex> lock(m_captured->mutex);
-    return m_captured->records;
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_records;
 }
 
 bool LogCapture::contains(const std::string& text, int level) const {
-    std::lock_guard<std::mutex> lock(m_captured->mutex);
-    for (const auto& record : m_captured->records) {
+    for (const auto& record : records()) {
         if ((level == -1 || record.level == level) && record.message.find(text) != std::string::npos) {
             return true;
         }
@@ -33,8 +30,8 @@ bool LogCapture::contains(const std::string& text, int level) const {
 }
 
 void LogCapture::clear() {
-    std::lock_guard<std::mutex> lock(m_captured->mutex);
-    m_captured->records.clear();
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_records.clear();
 }
 
 std::string LogCapture::text() const {

@@ -1,33 +1,17 @@
 #include "ModuleFixture.h"
 
-#include "Cryptographer.h"
+#include <algorithm>
 
-FritzBoxTestAccess::Exchange FritzBoxTestAccess::exchange(const std::string& path, const std::string& body,
-                                                          HttpClientIfc::HTTPMETHOD method,
-                                                          std::multimap<std::string, std::string> headers) {
-    Exchange result;
-    std::multimap<std::string, std::string> responseHeaders;
-    HttpClientIfc::eStatusCode status = HttpClientIfc::eStatusNone;
-    result.ok = m_box.connectionHandler(path, body, method, result.body, headers, responseHeaders, status, "", 0);
-    result.status = static_cast<int>(status);
-    return result;
-}
+#include "Cryptographer.h"
 
 namespace testsupport {
 namespace {
 
-const std::string kNoSession = "0000000000000000";
+const std::string kChallenge = "1234567z";
 const std::string kLoginPage = "<html>login page</html>";
 
 bool startsWith(const std::string& text, const std::string& prefix) {
-    return text.compare(0, prefix.size(), prefix) == 0;
-}
-
-}  // namespace
-
-std::string sessionInfo(const std::string& sid, const std::string& challenge) {
-    return "<?xml version=\"1.0\" encoding=\"utf-8\"?><SessionInfo><SID>" + sid + "</SID><Challenge>" + challenge +
-           "</Challenge><BlockTime>0</BlockTime><Rights></Rights></SessionInfo>";
+    return text.rfind(prefix, 0) == 0;
 }
 
 std::string queryValue(const std::string& target, const std::string& key) {
@@ -39,14 +23,16 @@ std::string queryValue(const std::string& target, const std::string& key) {
     return target.substr(valueStart, target.find('&', valueStart) - valueStart);
 }
 
-std::string widenedDigest(const std::string& challenge, const std::string& password) {
+// MD5 over `challenge-password` with every byte widened to two (the byte, then zero).
+std::string widenedDigest(const std::string& password) {
     std::string widened;
-    for (char byte : challenge + "-" + password) {
-        widened.push_back(byte);
-        widened.push_back('\0');
+    for (char byte : kChallenge + "-" + password) {
+        widened += {byte, '\0'};
     }
     return Cryptographer().md5(widened);
 }
+
+}  // namespace
 
 std::string callListBody(const std::vector<std::string>& records) {
     std::string body = "sep=;\nTyp;Datum;Name;Rufnummer;Nebenstelle;Eigene Rufnummer;Dauer\n";
@@ -70,11 +56,8 @@ std::vector<std::string> TestRouter::targets() const {
 }
 
 std::size_t TestRouter::count(const std::string& targetPrefix) const {
-    std::size_t matches = 0;
-    for (const std::string& target : targets()) {
-        matches += startsWith(target, targetPrefix) ? 1 : 0;
-    }
-    return matches;
+    const std::vector<std::string> all = targets();
+    return std::count_if(all.begin(), all.end(), [&](const std::string& t) { return startsWith(t, targetPrefix); });
 }
 
 ScriptedReply TestRouter::answer(const ReceivedRequest& request) {
@@ -84,40 +67,27 @@ ScriptedReply TestRouter::answer(const ReceivedRequest& request) {
     }
     const std::string& target = request.target;
     if (startsWith(target, "/login_sid.lua")) {
-        return login(request);
-    }
-    if (target == "/cgi-bin/firmwarecfg") {
-        return phonebook(request);
-    }
-    const auto photo = photos.find(queryValue(target, "photo"));
-    if (queryValue(target, "sid") != kSid) {
+        const bool granted =
+            target.find("logout=") == std::string::npos && queryValue(target, "response") == widenedDigest(password);
+        reply.body = "<SessionInfo><SID>" + (granted ? kSid : std::string(16, '0')) + "</SID><Challenge>" + kChallenge +
+                     "</Challenge></SessionInfo>";
+    } else if (target == "/cgi-bin/firmwarecfg") {
+        // The export form counts only with its own content type and the session in its "sid" field.
+        const bool form =
+            request.header("Content-Type") == "multipart/form-data; boundary=----WebKitFormBoundaryPhone" &&
+            request.body.find("name=\"sid\"\r\n\r\n" + kSid + "\r\n") != std::string::npos;
+        reply.body = form ? phonebookExport : kLoginPage;
+    } else if (queryValue(target, "sid") != kSid) {
         reply.body = kLoginPage;
     } else if (startsWith(target, "/fon_num/foncalls_list.lua?csv=")) {
         reply.body = callList;
     } else if (startsWith(target, "/lua/photo.lua?photo=")) {
+        const auto photo = photos.find(queryValue(target, "photo"));
         reply.status = photo == photos.end() ? 404 : 200;
         reply.body = photo == photos.end() ? "no such photo" : photo->second;
     } else {
         reply.status = 404;
     }
-    return reply;
-}
-
-ScriptedReply TestRouter::login(const ReceivedRequest& request) const {
-    const std::string& target = request.target;
-    const bool granted = target.find("logout=") == std::string::npos && target.find("response=") != std::string::npos &&
-                         queryValue(target, "response") == widenedDigest(kChallenge, password);
-    ScriptedReply reply;
-    reply.body = sessionInfo(granted ? kSid : kNoSession, kChallenge);
-    return reply;
-}
-
-// Accepts the export form only with the session in its "sid" field, as the router does.
-ScriptedReply TestRouter::phonebook(const ReceivedRequest& request) const {
-    const std::string sidField = "name=\"sid\"\r\n\r\n" + kSid + "\r\n";
-    const bool form = request.header("Content-Type") == "multipart/form-data; boundary=----WebKitFormBoundaryPhone";
-    ScriptedReply reply;
-    reply.body = form && request.body.find(sidField) != std::string::npos ? phonebookExport : kLoginPage;
     return reply;
 }
 
