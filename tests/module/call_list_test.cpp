@@ -9,19 +9,7 @@ namespace {
 
 const auto kCallLogs = Broadsoft::Filters::CallLogs;
 
-class CallListTest : public ModuleTest {
-protected:
-    // The trace lines of the records converted since the capture was last cleared.
-    std::vector<std::string> converted() const {
-        std::vector<std::string> lines;
-        for (const auto& record : log.records()) {
-            if (record.message.rfind("handleSingleCallLogRecord() type=", 0) == 0) {
-                lines.push_back(record.message.substr(28));
-            }
-        }
-        return lines;
-    }
-};
+using CallListTest = ModuleTest;
 
 // The converted records only show in the trace and the identifier list: filing drops every entry.
 TEST_F(CallListTest, FetchWithChangeTokenLimitAndFiling) {
@@ -95,9 +83,8 @@ TEST_F(CallListTest, RecordConversion) {
         access.forgetConversions();
         access.handleCallRecord(row.record);
         const bool accepted = row.expected.rfind("type=", 0) == 0;
-        EXPECT_EQ(converted(), accepted ? std::vector<std::string>{row.expected} : std::vector<std::string>{});
         EXPECT_EQ(access.callLogIds().size(), accepted ? 1u : 0u);
-        EXPECT_TRUE(accepted || log.contains("handleSingleCallLogRecord() " + row.expected, 2)) << log.text();
+        EXPECT_TRUE(log.contains("handleSingleCallLogRecord() " + row.expected, accepted ? 6 : 2)) << log.text();
     }
     EXPECT_EQ(access.fragments(), "");
 }
