@@ -13,7 +13,6 @@
 namespace hostile {
 
 const Broadsoft::Filters::FilterTypes kCallLogs = Broadsoft::Filters::CallLogs;
-const Broadsoft::Filters::FilterTypes kPersonal = Broadsoft::Filters::Personal;
 
 // Runs `step` on its own thread and returns its result. A step still running after two minutes
 // is a hang: the program stops with a message, because waiting on would block the whole run.
