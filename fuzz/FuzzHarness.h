@@ -1,6 +1,6 @@
 #pragma once
 // What the fuzz targets share: a module object and the tests' router fixture (mapped as
-// fritz.box:80) for the whole run, a log capture, and the checks that need more than one line.
+// fritz.box:80) for the whole run, a log capture, and the walk check two targets make.
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -32,9 +32,5 @@ struct Session {
 // The module's single-pass walk hands out what repeated ClientUtils::getStringBetweenKeywords
 // calls on a copy of `text` do (the way the module cut records before the walk).
 void checkWalkCutsAsRepeatedExtraction(const std::string& text, const std::string& begin, const std::string& end);
-
-// Every picture the module stored (its "store imageFile[...]" trace lines) and everything found in
-// the picture directory is a regular file directly inside it; clears both for the next input.
-void checkAndClearPictures(testsupport::LogCapture& logs);
 
 }  // namespace fuzzharness

@@ -1,7 +1,8 @@
-// ClientUtils::getStringBetweenKeywords against its contract, checked with a byte-by-byte search:
-// the first `begin`, the first `end` after it, the text between them handed out and the whole
-// occurrence removed with the text before and after kept; no change at all without a pair. The
-// module's single-pass walk must hand out what repeated extraction does, for any keywords.
+// ClientUtils::getStringBetweenKeywords against its contract, checked with std::search (the code
+// uses std::string::find): the first `begin`, the first `end` after it, the text between them
+// handed out and the whole occurrence removed with the text before and after kept; no change at
+// all without a pair. The module's single-pass walk must hand out what repeated extraction does,
+// for any keywords.
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include <algorithm>
@@ -12,13 +13,10 @@
 namespace {
 
 // The first position at or after `from` where a non-empty `word` starts, or npos.
-std::size_t naiveFind(const std::string& text, const std::string& word, std::size_t from) {
-    for (std::size_t at = from; !word.empty() && at != std::string::npos && at + word.size() <= text.size(); ++at) {
-        if (std::equal(word.begin(), word.end(), text.begin() + static_cast<std::ptrdiff_t>(at))) {
-            return at;
-        }
-    }
-    return std::string::npos;
+std::size_t firstAt(const std::string& text, const std::string& word, std::size_t from) {
+    const auto at =
+        from > text.size() ? text.end() : std::search(text.begin() + from, text.end(), word.begin(), word.end());
+    return word.empty() || at == text.end() ? std::string::npos : static_cast<std::size_t>(at - text.begin());
 }
 
 }  // namespace
@@ -33,9 +31,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::string source = original;
     std::string out = "untouched";
     const bool found = ClientUtils::getStringBetweenKeywords(source, out, begin, end);
-    const std::size_t beginAt = naiveFind(original, begin, 0);
+    const std::size_t beginAt = firstAt(original, begin, 0);
     const std::size_t contentAt = beginAt == std::string::npos ? beginAt : beginAt + begin.size();
-    const std::size_t endAt = naiveFind(original, end, contentAt);
+    const std::size_t endAt = firstAt(original, end, contentAt);
     FUZZ_CHECK(found == (endAt != std::string::npos));
     FUZZ_CHECK(found ? out == original.substr(contentAt, endAt - contentAt) &&
                            source == original.substr(0, beginAt) + original.substr(endAt + end.size())

@@ -9,8 +9,7 @@ set -euo pipefail
 
 [[ $# -ge 3 ]] || { echo "usage: $0 BUILD_DIR WORK_DIR SECONDS [RUNS] [TARGET...]" >&2 && exit 2; }
 source_dir=$(cd "$(dirname "$0")" && pwd) build_dir=$(cd "$1" && pwd) work_dir=$2 seconds=$3 runs=${4:-0}
-targets=("${@:5}")
-[[ ${#targets[@]} -gt 0 ]] || targets=(call_list_fuzzer phonebook_export_fuzzer keyword_extraction_fuzzer serializer_fuzzer)
+targets=("${@:5}") && [[ ${#targets[@]} -gt 0 ]] || targets=(call_list_fuzzer phonebook_export_fuzzer keyword_extraction_fuzzer serializer_fuzzer)
 
 # The probe mounts in a namespace of its own, which ends with it.
 if [[ -z "${FUZZ_PRIVATE_PICTURES:-}" && $(id -u) -eq 0 ]] && mkdir -p /data/images &&
@@ -20,19 +19,15 @@ if [[ -z "${FUZZ_PRIVATE_PICTURES:-}" && $(id -u) -eq 0 ]] && mkdir -p /data/ima
         fuzz-pictures "$0" "$build_dir" "$work_dir" "$seconds" "$runs" "${targets[@]}"
 fi
 
-mkdir -p "$work_dir/artifacts"
 for target in "${targets[@]}"; do
-    mkdir -p "$work_dir/$target"
+    mkdir -p "$work_dir/$target" "$work_dir/artifacts" && log="$work_dir/$target.log"
     echo "== $target: ${seconds}s$([[ $runs -gt 0 ]] && echo ", at most $runs runs")"
-    log="$work_dir/$target.log"
     # -timeout: one input that takes this long is a hang (the module's I/O time-out is 5 s).
     "$build_dir/bin/$target" -max_total_time="$seconds" -runs="$((runs > 0 ? runs : -1))" -timeout=30 \
         -print_final_stats=1 -artifact_prefix="$work_dir/artifacts/$target-" \
         "$work_dir/$target" "$source_dir/corpus/$target" >"$log" 2>&1 || {
-        status=$?
-        tail -n 60 "$log" >&2
-        echo "$target failed (exit $status); the input is in $work_dir/artifacts" >&2
-        exit "$status"
+        status=$? && tail -n 60 "$log" >&2
+        echo "$target failed (exit $status); the input is in $work_dir/artifacts" >&2 && exit "$status"
     }
     grep -E '^(#[0-9]+[[:space:]]+(INITED|DONE)|stat::(number_of_executed_units|new_units_added|peak_rss_mb))' "$log" || true
 done

@@ -5,18 +5,14 @@
 # Usage: run-consumer.sh BUILD_DIR ROUTER_SIM PLATFORM_LIB PLATFORM_INCLUDE_DIR [CMAKE_ARG...] [-- EMULATOR...]
 set -euo pipefail
 
-build=$1
-sim=$2
-platform=("-DFRITZBOX_LINUX_PLATFORM=$3" "-DFRITZBOX_LINUX_PLATFORM_INCLUDE_DIR=$4")
+build=$1 sim=$2 platform=("-DFRITZBOX_LINUX_PLATFORM=$3" "-DFRITZBOX_LINUX_PLATFORM_INCLUDE_DIR=$4") cmake_args=()
 shift 4
-cmake_args=()
 while [ $# -gt 0 ] && [ "$1" != -- ]; do cmake_args+=("$1") && shift; done
 emulator=("${@:2}")
 here=$(cd "$(dirname "$0")" && pwd)
 [ -x "$sim" ] || { echo "skipped: no router simulator at $sim (the native build makes it)" && exit 77; }
 
-work=$(mktemp -d)
-sim_pid=
+work=$(mktemp -d) sim_pid=
 trap '[ -z "$sim_pid" ] || kill "$sim_pid"; rm -rf "$work"' EXIT
 cmake --install "$build" --prefix "$work/stage" --component module >/dev/null
 mv "$work/stage" "$work/prefix"

@@ -6,31 +6,22 @@
 set -uo pipefail
 
 SCHEMA=$1 PUBLISHED=$2 SIM=$3 EMULATOR=("${@:5}")
-HOST=("${EMULATOR[@]}" "$4")
-PICTURES=/data/images/fritzbox PASSWORD='sImUl-Pass#1' WORK=$(mktemp -d)
+HOST=("${EMULATOR[@]}" "$4") PICTURES=/data/images/fritzbox PASSWORD='sImUl-Pass#1' WORK=$(mktemp -d)
 OUT=$WORK/out ERR=$WORK/err SIM_PIDS=() CHECKS=0 FAILED=0
 
-stop_simulators() {
-    for pid in "${SIM_PIDS[@]}"; do kill "$pid" && wait "$pid"; done 2>/dev/null
-    SIM_PIDS=()
-}
+stop_simulators() { for pid in "${SIM_PIDS[@]}"; do kill "$pid" && wait "$pid"; done 2>/dev/null; SIM_PIDS=(); }
 trap 'stop_simulators; rm -rf "$WORK"' EXIT
 
-check() {  # check DESCRIPTION COMMAND...
-    CHECKS=$((CHECKS + 1))
-    "${@:2}" || { FAILED=$((FAILED + 1)) && echo "FAILED: $1" >&2; }
-}
+check() { CHECKS=$((CHECKS + 1)) && "${@:2}" || { FAILED=$((FAILED + 1)) && echo "FAILED: $1" >&2; }; }  # check TEXT COMMAND...
 # expect STATUS REGEX COMMAND...: COMMAND (with FRITZBOX_PASSWORD set) ends with STATUS and writes a
 # line matching REGEX to stdout or stderr; for status 2 and 3 its stderr is exactly that one line.
 expect() {
     FRITZBOX_PASSWORD=$PASSWORD timeout 120 "${@:3}" >"$OUT" 2>"$ERR"
-    STATUS=$?
-    local ok=0
-    [ "$STATUS" -eq "$1" ] && cat "$OUT" "$ERR" | grep -qE -- "$2" && { [ "$1" -lt 2 ] || [ "$(wc -l <"$ERR")" = 1 ]; } && ok=1
-    check "${*:3}: exit $STATUS, expected $1 and /$2/ in: $(head -c 300 "$ERR")" test "$ok" = 1
+    local status=$? ok=0
+    [ $status -eq "$1" ] && cat "$OUT" "$ERR" | grep -qE -- "$2" && { [ "$1" -lt 2 ] || [ "$(wc -l <"$ERR")" = 1 ]; } && ok=1
+    check "${*:3}: exit $status, expected $1 and /$2/ in: $(head -c 300 "$ERR")" test $ok = 1
 }
 run_sync() { expect "$1" "$2" "${HOST[@]}" sync "${@:3}" --user admin; }  # run_sync STATUS REGEX ARGS...
-absent() { ! grep -qF -- "$@"; }
 
 start_simulator() {  # start_simulator NAME [simulator options...]: sets PORT; stderr in $WORK/NAME.err
     "$SIM" --port 0 --password-file "$WORK/password" "${@:2}" >"$WORK/$1.out" 2>"$WORK/$1.err" &
@@ -49,21 +40,18 @@ valid_document() {  # valid_document FILE: the project's schema decides, the pub
     xmllint --noout --schema "$SCHEMA" "$1" && { [ -z "$count" ] || [ "$(grep -o '<entry>' "$1" | wc -l)" -eq "$count" ]; }
 }
 
-printf '%s\n' "$PASSWORD" >"$WORK/password"
-printf '%s\r\n' "$PASSWORD" >"$WORK/password-crlf"
+printf '%s\n' "$PASSWORD" >"$WORK/password" && printf '%s\r\n' "$PASSWORD" >"$WORK/password-crlf"
 start_simulator router
 ROUTER=(--router "127.0.0.1:$PORT")
 
 # Both documents, valid; a Windows password file logs in too; no log level shows the password.
 run_sync 0 '<placed></placed><received></received><missed></missed>' calllogs "${ROUTER[@]}" \
     --password-file "$WORK/password-crlf" --log-level 9
-cp "$OUT" "$WORK/calllogs.xml"
-check "calllogs: schema-valid" valid_document "$WORK/calllogs.xml"
-check "calllogs: login traced, no password" grep -q "getSid() m_sid='" "$ERR"
-check "calllogs: no password in the output" absent "$PASSWORD" "$OUT" "$ERR"
+check "calllogs: schema-valid" valid_document "$OUT"
+check "calllogs: login traced" grep -q "getSid() m_sid='" "$ERR"
+check "calllogs: no password in the output" test -z "$(grep -F -- "$PASSWORD" "$OUT" "$ERR")"
 run_sync 0 '<numberOfRecords>[1-9][0-9]*</numberOfRecords>' directory "${ROUTER[@]}" --token-file "$WORK/token"
-cp "$OUT" "$WORK/directory.xml"
-check "directory: schema-valid" valid_document "$WORK/directory.xml"
+check "directory: schema-valid" valid_document "$OUT"
 check "token: the file holds a digest" grep -qE '^[0-9a-f]{32}$' "$WORK/token"
 run_sync 1 '<numberOfRecords>0</numberOfRecords>' directory "${ROUTER[@]}" --token-file "$WORK/token"
 
@@ -78,19 +66,17 @@ check "token: no temporary file left" test "$(ls "$WORK/tokens")" = a-directory
 # Pictures on a picture model: present while the module object lives, gone after.
 (FAILED=0 && run_sync 1 '@@@/data/images/fritzbox/[^<]*\.jpg</name>' directory "${ROUTER[@]}" --model tern \
     --repeat 2 --interval 1 && exit "$FAILED") &
-seen=0
-for _ in $(seq 300); do [ -n "$(ls -A "$PICTURES" 2>/dev/null)" ] && seen=1 && break || sleep 0.1; done
-check "pictures: files exist during the run" test "$seen" -eq 1
+for _ in $(seq 300); do [ -z "$(ls -A "$PICTURES" 2>/dev/null)" ] && sleep 0.1 || break; done
+check "pictures: files exist during the run" test -n "$(ls -A "$PICTURES" 2>/dev/null)"
 check "pictures: the run (see above)" wait $!
 check "pictures: gone after the run" test ! -e "$PICTURES"
 
 # Usage errors of either program: exit 2 and one line naming the problem, before any request.
-: >"$WORK/empty"
-printf 'one\ntwo\n' >"$WORK/two-lines"
+: >"$WORK/empty" && printf 'one\ntwo\n' >"$WORK/two-lines"
 for file in empty two-lines tokens/a-directory missing; do
     run_sync 2 password-file calllogs "${ROUTER[@]}" --password-file "$WORK/$file"
-    expect 2 password-file "$SIM" --port 0 --password-file "$WORK/$file"
 done
+expect 2 password-file "$SIM" --port 0 --password-file "$WORK/two-lines"
 for address in 127.0.0.1:99999 127.0.0.1:0 127.0.0.1: ::1 '[::1' '[::1]8080'; do
     run_sync 2 --router calllogs --router "$address"
     run_sync 2 --connect-to calllogs --connect-to "other.test:80:$address"
@@ -100,8 +86,7 @@ run_sync 2 heron calllogs --model heron
 expect 2 'no password' env -u FRITZBOX_PASSWORD "${HOST[@]}" sync calllogs --user admin
 expect 2 "$WORK/missing" "$SIM" --port 0 --data "$WORK/missing"
 expect 2 "127.0.0.1:$PORT: Address already in use" "$SIM" --port "$PORT"
-expect 0 sync "${HOST[@]}" --help
-expect 0 listen "$SIM" --help
+expect 0 sync "${HOST[@]}" --help; expect 0 listen "$SIM" --help
 
 # An unreachable router: a clear message and a prompt end.
 stop_simulators
@@ -111,8 +96,7 @@ run_sync 1 "connectionHandler\(\) exception='" calllogs "${ROUTER[@]}"
 # whether the router keeps its connections open or closes each one (the login then fails: its
 # challenge came from the other host).
 for closing in "" --close-connections; do
-    start_simulator target --verbose
-    TARGET_PORT=$PORT
+    start_simulator target --verbose && TARGET_PORT=$PORT
     start_simulator router --verbose --redirects 1 --redirect-host other.test $closing
     run_sync 1 'error getting SID' calllogs --router "127.0.0.1:$PORT" --connect-to "other.test:80:127.0.0.1:$TARGET_PORT"
     stop_simulators  # their --verbose request lines are all written once they have ended
