@@ -7,6 +7,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstdlib>
@@ -28,7 +29,7 @@ bool receiveSome(int fd, std::string& buffer) {
 }
 
 // Takes one request (its head, then Content-Length body bytes) from the front of `buffer`,
-// receiving more as needed; false when the connection ends first or the request line is no such.
+// receiving more as needed; false when the connection ends first.
 bool readRequest(int fd, std::string& buffer, ReceivedRequest& request) {
     std::size_t headEnd;
     while ((headEnd = buffer.find("\r\n\r\n")) == std::string::npos) {
@@ -39,9 +40,6 @@ bool readRequest(int fd, std::string& buffer, ReceivedRequest& request) {
     std::size_t lineEnd = buffer.find("\r\n");
     const std::size_t methodEnd = buffer.find(' ');
     const std::size_t targetEnd = buffer.rfind(' ', lineEnd);
-    if (methodEnd >= targetEnd) {
-        return false;
-    }
     request = {buffer.substr(0, methodEnd), buffer.substr(methodEnd + 1, targetEnd - methodEnd - 1), {}, {}};
     for (std::size_t start = lineEnd + 2; start < headEnd + 2; start = lineEnd + 2) {
         lineEnd = buffer.find("\r\n", start);
@@ -78,8 +76,7 @@ std::string wireBytes(const ScriptedReply& reply) {
 // All bytes at once, or one at a time paceMs apart; false when the client is gone.
 bool sendReply(int fd, const ScriptedReply& reply) {
     const std::string bytes = wireBytes(reply);
-    std::size_t sent = 0;
-    while (sent < bytes.size()) {
+    for (std::size_t sent = 0; sent < bytes.size();) {
         if (sent > 0 && reply.paceMs > 0) {
             std::this_thread::sleep_for(std::chrono::milliseconds(reply.paceMs));
         }
@@ -95,12 +92,10 @@ bool sendReply(int fd, const ScriptedReply& reply) {
 }  // namespace
 
 std::string ReceivedRequest::header(const std::string& name) const {
-    for (const auto& [key, value] : headers) {
-        if (::strcasecmp(key.c_str(), name.c_str()) == 0) {
-            return value;
-        }
-    }
-    return {};
+    const auto found = std::find_if(headers.begin(), headers.end(), [&](const auto& field) {
+        return ::strcasecmp(field.first.c_str(), name.c_str()) == 0;
+    });
+    return found == headers.end() ? "" : found->second;
 }
 
 ScriptedRouter::ScriptedRouter(Handler handler) : m_handler(std::move(handler)) {
@@ -112,9 +107,7 @@ ScriptedRouter::ScriptedRouter(Handler handler) : m_handler(std::move(handler)) 
     if (m_listenFd < 0 || ::bind(m_listenFd, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
         ::listen(m_listenFd, 64) != 0 ||
         ::getsockname(m_listenFd, reinterpret_cast<sockaddr*>(&address), &length) != 0) {
-        const std::error_code error(errno, std::system_category());
-        ::close(m_listenFd);
-        throw std::system_error(error, "ScriptedRouter cannot listen on 127.0.0.1");
+        throw std::system_error(errno, std::system_category(), "ScriptedRouter cannot listen on 127.0.0.1");
     }
     m_port = ntohs(address.sin_port);
     m_acceptThread = std::thread(&ScriptedRouter::acceptConnections, this);
@@ -144,9 +137,8 @@ void ScriptedRouter::mapAs(const std::string& name, const std::string& port) con
 
 void ScriptedRouter::acceptConnections() {
     for (;;) {
-        const int fd = ::accept4(m_listenFd, nullptr, nullptr, SOCK_CLOEXEC);
-        if (fd < 0 && errno == EINTR) {
-            continue;
+        int fd;
+        while ((fd = ::accept4(m_listenFd, nullptr, nullptr, SOCK_CLOEXEC)) < 0 && errno == EINTR) {
         }
         std::lock_guard<std::mutex> lock(m_mutex);
         if (fd < 0 || m_stopping) {
@@ -157,14 +149,14 @@ void ScriptedRouter::acceptConnections() {
         const int on = 1;
         ::setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
         m_sockets.push_back(fd);
+        ++m_connectionCount;
         m_threads.emplace_back(&ScriptedRouter::serve, this, m_sockets.size() - 1, fd);
     }
 }
 
 void ScriptedRouter::serve(std::size_t connection, int fd) {
-    std::string buffer;
     ReceivedRequest request;
-    while (readRequest(fd, buffer, request)) {
+    for (std::string buffer; readRequest(fd, buffer, request);) {
         const ScriptedReply reply = replyFor(request);
         if (!sendReply(fd, reply) || reply.closeAfter) {
             break;
@@ -177,9 +169,9 @@ void ScriptedRouter::serve(std::size_t connection, int fd) {
 }
 
 ScriptedReply ScriptedRouter::replyFor(const ReceivedRequest& request) {
+    ++m_requestCount;
     {
         std::lock_guard<std::mutex> lock(m_mutex);
-        ++m_requestCount;
         if (m_keepHistory) {
             m_requests.push_back(request);
         }

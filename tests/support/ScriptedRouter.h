@@ -3,7 +3,7 @@
 // ephemeral port, serves each connection on its own thread with keep-alive, and answers every
 // request with the next queued reply, else with the handler's. Plain POSIX sockets, so it builds
 // and runs wherever the platform library does (also on 32-bit ARM under qemu).
-#include <cstddef>
+#include <atomic>
 #include <deque>
 #include <functional>
 #include <mutex>
@@ -28,8 +28,7 @@ struct ScriptedReply {
 };
 
 struct ReceivedRequest {
-    std::string method;
-    std::string target;
+    std::string method, target;
     HeaderList headers;
     std::string body;
 
@@ -45,37 +44,26 @@ public:
     explicit ScriptedRouter(Handler handler = {});
     // Hangs up every connection and stops all threads; never waits for a client.
     ~ScriptedRouter();
-    ScriptedRouter(const ScriptedRouter&) = delete;
-    ScriptedRouter& operator=(const ScriptedRouter&) = delete;
 
     int port() const { return m_port; }
     // Replies used in order, one per request, before the handler is asked.
     void queueReply(ScriptedReply reply) {
-        locked([&] { m_queue.push_back(std::move(reply)); });
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_queue.push_back(std::move(reply));
     }
     // Keeps every request for requests() (the default). Off, only the count is kept, so that a
     // router answering millions of requests in one process does not grow.
-    void setKeepHistory(bool keep) {
-        locked([&] { m_keepHistory = keep; });
-    }
+    void setKeepHistory(bool keep) { m_keepHistory = keep; }
     std::vector<ReceivedRequest> requests() const {
-        return locked([this] { return m_requests; });
+        std::lock_guard<std::mutex> lock(m_mutex);
+        return m_requests;
     }
-    std::size_t requestCount() const {
-        return locked([this] { return m_requestCount; });
-    }
-    std::size_t connectionCount() const {
-        return locked([this] { return m_sockets.size(); });
-    }
+    std::size_t requestCount() const { return m_requestCount; }
+    std::size_t connectionCount() const { return m_connectionCount; }
     // Maps `name`:`port` to this router for the platform's connections.
     void mapAs(const std::string& name = "fritz.box", const std::string& port = "80") const;
 
 private:
-    template <typename Action>
-    auto locked(Action action) const -> decltype(action()) {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        return action();
-    }
     void acceptConnections();
     void serve(std::size_t connection, int fd);
     ScriptedReply replyFor(const ReceivedRequest& request);
@@ -83,12 +71,12 @@ private:
     const Handler m_handler;
     int m_listenFd = -1;
     int m_port = 0;
-    mutable std::mutex m_mutex;
+    std::atomic<bool> m_keepHistory{true};
+    std::atomic<std::size_t> m_requestCount{0}, m_connectionCount{0};
+    mutable std::mutex m_mutex;  // guards everything below
     bool m_stopping = false;
     std::deque<ScriptedReply> m_queue;
     std::vector<ReceivedRequest> m_requests;
-    std::size_t m_requestCount = 0;
-    bool m_keepHistory = true;
     std::vector<int> m_sockets;  // one per connection, -1 once it is closed
     std::vector<std::thread> m_threads;
     std::thread m_acceptThread;

@@ -1,0 +1,136 @@
+// The platform's small helpers, each family one table: serializer, text helpers, storage, MD5 and
+// the log line on stderr.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <memory>
+
+#include "ClientUtils.h"
+#include "Cryptographer.h"
+#include "LinuxPlatform.h"
+#include "Logging.h"
+#include "Serializer.h"
+#include "Storage.h"
+
+namespace {
+
+// Hostile fields come back unchanged in both modes, and an escaped record holds nothing that
+// would end a record or a line in the phone's storage.
+TEST(Serializer, RoundTripsHostileFields) {
+    const std::vector<std::string> fields = {
+        "",         "plain", "a;b;;",      "two\nlines\r\n", std::string("nul\0x", 5),
+        "12:34:56", "3:abc", "\\s\\n\\\\", "trailing\\"};
+    for (const bool escape : {false, true}) {
+        std::string record;
+        for (const auto& field : fields) {
+            Serializer::serialize(record, field, escape);
+        }
+        EXPECT_TRUE(!escape || record.find_first_of(std::string(";\n\r\0", 4)) == std::string::npos) << record;
+        for (const auto& expected : fields) {
+            std::string field;
+            Serializer::deserialize(record, field, escape);
+            EXPECT_EQ(field, expected);
+        }
+        EXPECT_TRUE(record.empty());
+    }
+}
+
+// Two reads of each record: a malformed field comes out empty and empties the record, so nothing
+// behind it is misread, and reading an empty record yields an empty field.
+TEST(Serializer, MalformedRecordsYieldEmptyFieldsWithoutReadingPastTheEnd) {
+    const struct {
+        std::string record;
+        bool escape;
+        std::string first;
+    } rows[] = {{"5:abc", false, ""},   {"x:abc", false, ""}, {"3abc", false, ""},
+                {":abc", false, ""},    {"-1:a", false, ""},  {"99999999999999999999999999:a", false, ""},
+                {"2:\\q1:a", true, ""}, {"1:\\", true, ""},   {"3:abc5:de", false, "abc"}};
+    for (const auto& row : rows) {
+        std::string record = row.record, first = "stale", second = "stale";
+        Serializer::deserialize(record, first, row.escape);
+        Serializer::deserialize(record, second, row.escape);
+        EXPECT_EQ(first + "|" + second + "|" + record, row.first + "||") << row.record;
+    }
+}
+
+// getStringBetweenKeywords takes the first complete pair out and keeps the text around it (without
+// a complete pair nothing changes); replaceSubstringInString never rescans its own output.
+TEST(ClientUtils, TextHelpers) {
+    const struct {
+        std::string source, begin, end, result;  // result: found|taken|left
+    } pairs[] = {{"</a>head<a>one</a>tail<a>two</a>", "<a>", "</a>", "1|one|</a>headtail<a>two</a>"},
+                 {"no keywords here", "<a>", "</a>", "0|untouched|no keywords here"},
+                 {"end </a> before begin <a> only", "<a>", "</a>", "0|untouched|end </a> before begin <a> only"},
+                 {"<a></a>", "", "</a>", "0|untouched|<a></a>"},
+                 {"<a></a>", "<a>", "", "0|untouched|<a></a>"}};
+    for (const auto& row : pairs) {
+        std::string source = row.source, taken = "untouched";
+        const bool found = ClientUtils::getStringBetweenKeywords(source, taken, row.begin, row.end);
+        EXPECT_EQ(std::to_string(found) + "|" + taken + "|" + source, row.result) << row.source;
+    }
+    const std::pair<std::string, std::string> splits[] = {
+        {"/var/pics/a.jpg", "/var/pics/|a.jpg"}, {"a.jpg", "|a.jpg"}, {"dir/", "dir/|"}};
+    for (const auto& [full, expected] : splits) {
+        std::string path = "stale", file = "stale";
+        ClientUtils::splitFilenameAndPath(full, path, file);
+        EXPECT_EQ(path + "|" + file, expected) << full;
+    }
+    std::string text = "aXbXX";
+    ClientUtils::replaceSubstringInString(text, "X", "XX");
+    EXPECT_EQ(text, "aXXbXXXX");
+    EXPECT_EQ(ClientUtils::escapeXMLString("a&b<c>d\"e'f"), "a&amp;b&lt;c&gt;d&quot;e&apos;f");
+}
+
+// A tree holding links to a directory and a file outside it, and a link of its own, are deleted;
+// what the links point to stays.
+TEST(Storage, DeletesTreesAndLinksButNeverWhatTheyPointTo) {
+    char pattern[] = "/tmp/fritzbox-storage-XXXXXX";
+    ASSERT_NE(::mkdtemp(pattern), nullptr);
+    const std::string root = pattern, outside = root + "/outside", tree = root + "/tree";
+    const std::shared_ptr<void> cleanup(nullptr, [&](void*) { Storage::deleteDirectory(root); });  // also on failure
+    ASSERT_TRUE(Storage::makeDir(outside));
+    EXPECT_TRUE(Storage::makeDir(outside));  // already there
+    std::ofstream(outside + "/keep.txt") << "precious";
+    ASSERT_TRUE(Storage::makeDir(tree + "/a/b"));
+    std::ofstream(tree + "/a/b/file.txt") << "x";
+    ASSERT_EQ(::symlink(outside.c_str(), (tree + "/a/dirlink").c_str()), 0);
+    ASSERT_EQ(::symlink((outside + "/keep.txt").c_str(), (tree + "/a/b/filelink").c_str()), 0);
+    ASSERT_EQ(::symlink(outside.c_str(), (root + "/link").c_str()), 0);
+    for (const std::string& path : {tree, root + "/link", root + "/missing"}) {
+        EXPECT_TRUE(Storage::deleteDirectory(path)) << path;
+        EXPECT_FALSE(Storage::fileExists_stat(path)) << path;
+    }
+    EXPECT_EQ(Storage::fileSize(outside + "/keep.txt"), 8);
+    EXPECT_EQ(Storage::fileSize(root + "/missing"), -1);
+}
+
+// The router's login answer hashes "challenge-password" widened to 16 bits: every other byte is
+// zero, and all of them count (the last row; its digest from python3 hashlib).
+TEST(Md5, MatchesKnownDigests) {
+    std::string widened;
+    for (const char c : std::string("1234567z-\xE4") + "bc") {
+        widened += {c, '\0'};
+    }
+    const std::pair<std::string, std::string> rows[] = {{"", "d41d8cd98f00b204e9800998ecf8427e"},
+                                                        {"abc", "900150983cd24fb0d6963f7d28e17f72"},
+                                                        {"message digest", "f96b697d7cb7938d525a2f31aaf161d0"},
+                                                        {widened, "9e224a41eeefa284df7bb0f26c2913e2"}};
+    for (const auto& [data, digest] : rows) {
+        EXPECT_EQ(Cryptographer().md5(data), digest) << data;
+    }
+}
+
+// Without a sink a line goes to stderr in the phone's format, a message far longer than any fixed
+// buffer whole.
+TEST(Logging, WritesOneFormattedLineToStderrWithoutASink) {
+    const std::string longText(100000, 'x');
+    linux_platform::setLogLevel(6);
+    ::testing::internal::CaptureStderr();
+    logAppQel("Broadsoft Service", "./src/FritzBox", 6, 123, "message %s", longText.c_str());
+    const std::string written = ::testing::internal::GetCapturedStderr();
+    EXPECT_EQ(written, "fritzbox <6> [Broadsoft Service] ./src/FritzBox:123 message " + longText + "\n");
+}
+
+}  // namespace
