@@ -24,6 +24,7 @@ expect() {
 run_sync() { expect "$1" "$2" "${HOST[@]}" sync "${@:3}" --user admin; }  # run_sync STATUS REGEX ARGS...
 
 start_simulator() {  # start_simulator NAME [simulator options...]: sets PORT; stderr in $WORK/NAME.err
+    rm -f "$WORK/$1.out"  # an earlier simulator's line must not be read before the new one truncates it
     "$SIM" --port 0 --password-file "$WORK/password" "${@:2}" >"$WORK/$1.out" 2>"$WORK/$1.err" &
     SIM_PIDS+=($!)
     for _ in $(seq 100); do
