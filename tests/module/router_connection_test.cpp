@@ -112,24 +112,24 @@ TEST_F(RouterConnectionTest, StatusesAndRedirects) {
     }
 }
 
-TEST_F(RouterConnectionTest, ConnectionClosedByTheRouterIsReplaced) {
+// Each row: an exchange and whether its connection is kept afterwards. One the router closes is
+// dropped and replaced by the next exchange's; a usable one is dropped only when forced; an
+// unreachable router fails with the transport's message logged.
+TEST_F(RouterConnectionTest, ConnectionLifetime) {
     router.override = [](const ReceivedRequest& request, ScriptedReply& reply) {
-        reply.closeAfter = request.target == "/closing";
-        return true;
+        return reply.closeAfter = request.target == "/closing", true;
     };
-    ASSERT_TRUE(access.exchange("/first").ok);
-    ASSERT_TRUE(access.exchange("/closing").ok);
-    EXPECT_FALSE(access.hasConnection()) << "an unusable connection is dropped after the exchange";
-    ASSERT_TRUE(access.exchange("/after").ok);
+    for (const auto& [target, kept] :
+         {std::pair{"/first", true}, std::pair{"/closing", false}, std::pair{"/after", true}}) {
+        EXPECT_TRUE(access.exchange(target).ok);
+        EXPECT_EQ(access.hasConnection(), kept) << target;
+    }
     EXPECT_EQ(router.scripted().connectionCount(), 2u);
-
     access.clearSecureConnection(false);
-    EXPECT_TRUE(access.hasConnection()) << "a usable connection is kept";
+    EXPECT_TRUE(access.hasConnection());
     access.clearSecureConnection(true);
     EXPECT_FALSE(access.hasConnection());
-}
 
-TEST_F(RouterConnectionTest, UnreachableRouterFailsWithTheTransportMessageLogged) {
     const int closedPort = ScriptedRouter().port();  // the router is gone at the end of the line
     linux_platform::mapHost("fritz.box", "80", "127.0.0.1", std::to_string(closedPort));
     EXPECT_FALSE(box.sync(FilterTypes::Personal, token));

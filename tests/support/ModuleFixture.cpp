@@ -10,10 +10,6 @@ namespace {
 const std::string kChallenge = "1234567z";
 const std::string kLoginPage = "<html>login page</html>";
 
-bool startsWith(const std::string& text, const std::string& prefix) {
-    return text.rfind(prefix, 0) == 0;
-}
-
 std::string queryValue(const std::string& target, const std::string& key) {
     const std::size_t start = target.find(key + "=");
     if (start == std::string::npos) {
@@ -57,7 +53,7 @@ std::vector<std::string> TestRouter::targets() const {
 
 std::size_t TestRouter::count(const std::string& targetPrefix) const {
     const std::vector<std::string> all = targets();
-    return std::count_if(all.begin(), all.end(), [&](const std::string& t) { return startsWith(t, targetPrefix); });
+    return std::count_if(all.begin(), all.end(), [&](const std::string& t) { return t.rfind(targetPrefix, 0) == 0; });
 }
 
 ScriptedReply TestRouter::answer(const ReceivedRequest& request) {
@@ -66,7 +62,7 @@ ScriptedReply TestRouter::answer(const ReceivedRequest& request) {
         return reply;
     }
     const std::string& target = request.target;
-    if (startsWith(target, "/login_sid.lua")) {
+    if (target.rfind("/login_sid.lua", 0) == 0) {
         const bool granted =
             target.find("logout=") == std::string::npos && queryValue(target, "response") == widenedDigest(password);
         reply.body = "<SessionInfo><SID>" + (granted ? kSid : std::string(16, '0')) + "</SID><Challenge>" + kChallenge +
@@ -79,9 +75,9 @@ ScriptedReply TestRouter::answer(const ReceivedRequest& request) {
         reply.body = form ? phonebookExport : kLoginPage;
     } else if (queryValue(target, "sid") != kSid) {
         reply.body = kLoginPage;
-    } else if (startsWith(target, "/fon_num/foncalls_list.lua?csv=")) {
+    } else if (target.rfind("/fon_num/foncalls_list.lua?csv=", 0) == 0) {
         reply.body = callList;
-    } else if (startsWith(target, "/lua/photo.lua?photo=")) {
+    } else if (target.rfind("/lua/photo.lua?photo=", 0) == 0) {
         const auto photo = photos.find(queryValue(target, "photo"));
         reply.status = photo == photos.end() ? 404 : 200;
         reply.body = photo == photos.end() ? "no such photo" : photo->second;
