@@ -95,6 +95,7 @@ TEST_F(PhonebookTest, PictureLocations) {
         const std::string& name = row[1];
         EXPECT_EQ(convertPicture(row[0]), entry(name == "-" ? "C" : "C@@@" + kPictureDirectory + name));
         if (name != "-") {
+            ASSERT_FALSE(router.requests().empty()) << "no photo was asked for";
             std::ifstream file(kPictureDirectory + name, std::ios::binary);
             EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), router.requests().back().target);
             stored.insert(name);
