@@ -18,7 +18,7 @@ check() { CHECKS=$((CHECKS + 1)) && "${@:2}" || { FAILED=$((FAILED + 1)) && echo
 expect() {
     FRITZBOX_PASSWORD=$PASSWORD timeout 120 "${@:3}" >"$OUT" 2>"$ERR"
     local status=$? ok=0
-    [ $status -eq "$1" ] && cat "$OUT" "$ERR" | grep -qE -- "$2" && { [ "$1" -lt 2 ] || [ "$(wc -l <"$ERR")" = 1 ]; } && ok=1
+    [ $status -eq "$1" ] && grep -qE -- "$2" "$OUT" "$ERR" && { [ "$1" -lt 2 ] || [ "$(wc -l <"$ERR")" = 1 ]; } && ok=1
     check "${*:3}: exit $status, expected $1 and /$2/ in: $(head -c 300 "$ERR")" test $ok = 1
 }
 run_sync() { expect "$1" "$2" "${HOST[@]}" sync "${@:3}" --user admin; }  # run_sync STATUS REGEX ARGS...
