@@ -8,7 +8,6 @@
 #include <chrono>
 #include <cstdio>
 #include <cstring>
-#include <deque>
 #include <mutex>
 #include <optional>
 #include <stdexcept>
@@ -25,7 +24,6 @@ namespace {
 // often a connection is reused, like a small embedded web server does.
 constexpr std::size_t kKeepAliveMaxCount = 100;
 constexpr int kKeepAliveTimeoutSeconds = 5;
-constexpr std::size_t kRequestLogLines = 1000;
 
 constexpr const char* kHtml = "text/html; charset=utf-8";
 
@@ -129,18 +127,6 @@ public:
         faults_ = faults;
         redirectsLeft_ = faults.redirectCount;
     }
-    void setCallList(std::string csv) {
-        std::lock_guard<std::mutex> lock(mutex_);
-        data_.callListCsv = std::move(csv);
-    }
-    void setPhonebook(std::string xml) {
-        std::lock_guard<std::mutex> lock(mutex_);
-        data_.phonebookXml = std::move(xml);
-    }
-    std::vector<std::string> requestLog() const {
-        std::lock_guard<std::mutex> lock(mutex_);
-        return {requestLog_.begin(), requestLog_.end()};
-    }
     std::string listeningOn() const {
         std::lock_guard<std::mutex> lock(mutex_);
         return ownHost_;
@@ -175,7 +161,6 @@ private:
     Authenticator auth_;
     ConnectionTracker connections_;
     SimulatorStats stats_;
-    std::deque<std::string> requestLog_;
     std::size_t fetchSerial_ = 0;
 
     std::unique_ptr<httplib::Server> server_;
@@ -284,10 +269,6 @@ std::string RouterSimulator::Impl::noteRequest(const httplib::Request& req) {
     ++stats_.requests;
     if (connections_.noteRequest(peerOf(req), Clock::now())) {
         ++stats_.connections;
-    }
-    requestLog_.push_back(req.method + " " + req.target);
-    if (requestLog_.size() > kRequestLogLines) {
-        requestLog_.pop_front();
     }
     if (redirectsLeft_ <= 0) {
         return "";
@@ -462,15 +443,6 @@ void RouterSimulator::resetStats() {
 }
 void RouterSimulator::setFaults(const Faults& faults) {
     impl_->setFaults(faults);
-}
-void RouterSimulator::setCallList(std::string csv) {
-    impl_->setCallList(std::move(csv));
-}
-void RouterSimulator::setPhonebook(std::string xml) {
-    impl_->setPhonebook(std::move(xml));
-}
-std::vector<std::string> RouterSimulator::requestLog() const {
-    return impl_->requestLog();
 }
 
 std::string RouterSimulator::listeningOn() const {

@@ -9,7 +9,6 @@
 #include <map>
 #include <memory>
 #include <string>
-#include <vector>
 
 namespace routersim {
 
@@ -93,11 +92,6 @@ public:
 
     // The redirect count starts anew with every call.
     void setFaults(const Faults& faults);
-    void setCallList(std::string csv);
-    void setPhonebook(std::string xml);
-
-    // "METHOD /path?query" of the latest requests (at most 1000), oldest first.
-    std::vector<std::string> requestLog() const;
 
 private:
     class Impl;
