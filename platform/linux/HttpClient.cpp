@@ -132,6 +132,7 @@ public:
 private:
     SecureConnectionImpl& stream() { return m_connection->impl(); }
     bool reachDestination();
+    bool connectToDestination();
     bool transmit();
     bool mayResend() const;
     bool resendOnFreshSocket();
@@ -192,9 +193,11 @@ int HttpClientState::send(SecureConnection& connection, const OutgoingRequest& r
 
 // Keeps the socket when it is open to the destination and idle, else opens a new one there.
 bool HttpClientState::reachDestination() {
-    if (stream().leadsTo(m_host, m_port) && stream().isUsable()) {
-        return true;
-    }
+    return (stream().leadsTo(m_host, m_port) && stream().isUsable()) || connectToDestination();
+}
+
+// A new socket to the destination; false, with the exchange failed, when there is none.
+bool HttpClientState::connectToDestination() {
     try {
         stream().connect(m_host, m_port);
         return true;
@@ -221,13 +224,7 @@ bool HttpClientState::mayResend() const {
 bool HttpClientState::resendOnFreshSocket() {
     m_resent = true;
     m_socketReused = false;
-    try {
-        stream().connect(m_host, m_port);
-    } catch (const SecureTransportException& error) {
-        fail(error.what());
-        return false;
-    }
-    return transmit();
+    return connectToDestination() && transmit();
 }
 
 int HttpClientState::readResponse(SecureConnection* connection, std::string& out, int maxLength,
@@ -298,7 +295,11 @@ int HttpClientState::finish() {
 }
 
 // The byte stream is out of step with the exchange after any failure, so the connection closes.
+// An exchange fails once: a later step that notices the same failure says nothing more.
 int HttpClientState::fail(const std::string& reason) {
+    if (m_phase == Phase::Failed) {
+        return HttpClientIfc::FAILURE;
+    }
     logAppQel("Platform", "./platform/linux/HttpClient", 4, __LINE__, "HTTP exchange with %s:%s failed: %s",
               m_host.c_str(), m_port.c_str(), reason.c_str());
     m_phase = Phase::Failed;
