@@ -15,6 +15,9 @@
 
 class SecureTransportContext;
 class SecureConnection;
+namespace fritzbox_detail {
+class RouterRequests;
+}
 
 class FRITZBOX_XSI_EXPORT FritzBox {
 public:
@@ -39,43 +42,57 @@ public:
     std::string getData(Broadsoft::Filters::FilterTypes filter);
 
 private:
-    friend class FritzBoxTestAccess;  // white-box tests of the conversion steps
+    friend class FritzBoxTestAccess;               // tests of the session and the kept connection
+    friend class fritzbox_detail::RouterRequests;  // the module's requests through connectionHandler
 
-    using HeaderMap = std::multimap<std::string, std::string>;
+    using HeaderMap = HttpClientIfc::HeaderMap;
 
     // HTTP exchange
+    // Sends one request to `host` (empty: the router) over the kept connection, reads the whole
+    // answer and follows 301, 302 and 307 up to four times; true when the final status is usable.
     bool connectionHandler(const std::string& path, std::string body, HttpClientIfc::HTTPMETHOD method,
                            std::string& responseData, HeaderMap& requestHeaders, HeaderMap& responseHeaders,
                            HttpClientIfc::eStatusCode& statusCode, std::string host, std::int32_t redirectCount);
+    // Drops the kept connection when forced or when the platform no longer finds it usable.
     void clearSecureConnection(bool force);
 
     // session login
+    // True when m_sid names a session (not empty, not the router's sixteen zeros).
     bool isValidSid();
+    // Logs in with the challenge and the bare widened digest; true unless m_sid is "no session".
     bool getSid();
+    // Logs out at the router and keeps what its answer says of the session (empty without one).
     void invalidateSid();
 
     // call list
+    // Fetches the call list; false when it failed or is unchanged against the token `out`.
     bool retrieveCallLogData(std::string& out);
+    // Converts one record (trace line and identifier) and drops it at filing, as this version does.
     void handleSingleCallLogRecord(std::string& record);
+    // The identifier of a call: its minute and how many of this fetch's calls had that minute.
     std::string getCallLogId(const std::string& year, const std::string& month, const std::string& day,
                              const std::string& hour, const std::string& minute);
 
     // phonebook
+    // The export form with the current session.
     std::string getMultiPartData();
+    // Fetches the export; false when it failed or is unchanged against the token `out`.
     bool retrievePhonebookData(std::string& out);
+    // Appends the contact's directory entry, its picture fetched first on the models that show one.
     void handleSinglePhonebookRecord(std::string& record);
+    // Fetches a picture and stores it in the picture directory under its bare file name.
     bool retrieveContactImage(std::string& imageURL, std::string& imageFile);
 
-    std::string m_username;
-    std::string m_password;
-    std::string m_sid;
-    std::string m_missedXml;
-    std::string m_placedXml;
-    std::string m_receivedXml;
-    std::string m_phonebookXml;
-    std::int32_t m_callListSize;
-    std::int32_t m_phoneBookSize;
-    std::unique_ptr<SecureTransportContext> m_transportContext;
-    std::unique_ptr<SecureConnection> m_secureConn;
-    std::vector<std::string> m_callLogIds;
+    std::string m_username;        // login user name, sent as it is
+    std::string m_password;        // login password: enters the digest only, never logged or sent
+    std::string m_sid;             // the router's session id; empty or with sixteen zeros: none
+    std::string m_missedXml;       // callLogsEntry elements of missed calls (always empty, see filing)
+    std::string m_placedXml;       // the same for placed calls
+    std::string m_receivedXml;     // the same for received calls
+    std::string m_phonebookXml;    // the entry elements of the last directory fetch
+    std::int32_t m_callListSize;   // records of the last call-list fetch handed on (at most 50)
+    std::int32_t m_phoneBookSize;  // entries in m_phonebookXml; both counts of the directory
+    std::unique_ptr<SecureTransportContext> m_transportContext;  // the kept connection's context
+    std::unique_ptr<SecureConnection> m_secureConn;              // the kept connection; set with the context
+    std::vector<std::string> m_callLogIds;  // identifier bases issued in the current call-list fetch
 };

@@ -1,0 +1,51 @@
+#pragma once
+// The router's phonebook export as values: the export request, the contacts of the answer and,
+// per contact, its name, its first usable number and where its picture is. Internal to the module;
+// no I/O.
+#include <functional>
+#include <string>
+
+namespace fritzbox_detail {
+
+// Where contact pictures are stored on the phone; the module object owns the directory.
+extern const std::string kPictureDirectory;
+extern const char* const kExportTarget;
+
+// The export form: the session in its "sid" field, phonebook 0, named "Telefonbuch"; sent with
+// the content type that names its boundary.
+std::string exportFormBody(const std::string& sid);
+std::string exportContentType();
+
+// Hands `visit` every contact record of an export in document order: the text between "<contact"
+// and "</contact>" as repeated extraction from a copy of the export would cut it.
+using ContactVisitor = std::function<void(std::string& record)>;
+void forEachContact(const std::string& exportBody, const ContactVisitor& visit);
+
+// Why a contact gives no entry: no realName text, no telephony block, or no number marked
+// id="0" with a text that holds no "@".
+enum class ContactFault { None, NameMissing, NumbersMissing, NoValidNumber };
+
+struct ContactReading {
+    ContactFault fault = ContactFault::None;
+    // For NameMissing and NumbersMissing the record as it stood then, for NoValidNumber the
+    // number found (empty when none).
+    std::string shown;
+    std::string name, number;  // copied as the export wrote them
+    bool hasPicture = false;
+    std::string pictureLocation;  // the imageURL text, when hasPicture
+};
+// Reads one contact record; it is consumed as it is read (each extraction removes what it found),
+// so the picture location is looked for after the number block, as the router's order has it.
+ContactReading readContact(std::string& record);
+
+// A picture location as fetched and stored: without "file://", and the bare file name after its
+// last "/", so that no location can name a file outside the picture directory.
+struct PictureTarget {
+    std::string location;
+    std::string fileName;
+};
+PictureTarget pictureTarget(std::string location);
+std::string photoTarget(const std::string& location, const std::string& sid);
+std::string picturePath(const std::string& fileName);
+
+}  // namespace fritzbox_detail
