@@ -181,6 +181,14 @@ std::string phonebookExport(std::size_t contacts) {
     return xml + "</phonebook>\n</phonebooks>\n";
 }
 
+int entryCount(const std::string& document) {
+    int entries = 0;
+    for (std::size_t at = document.find("<entry>"); at != std::string::npos; at = document.find("<entry>", at + 1)) {
+        ++entries;
+    }
+    return entries;
+}
+
 std::map<std::string, std::string> photos() {
     std::map<std::string, std::string> result;
     for (std::size_t photo = 0; photo < kPhotoCount; ++photo) {

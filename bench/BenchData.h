@@ -23,6 +23,9 @@ std::string phonebookExport(std::size_t contacts);
 // its record conversion.
 std::string phonebookRecord(std::size_t index);
 
+// The number of directory entries in a Personal document.
+int entryCount(const std::string& document);
+
 // The photos the exports' imageURLs name: router path -> small JPEG-like bytes.
 std::map<std::string, std::string> photos();
 

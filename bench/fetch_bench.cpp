@@ -12,6 +12,7 @@
 #include "BenchHost.h"
 #include "LinuxPlatform.h"
 #include "ModuleFixture.h"
+#include "RouterExchange.h"
 
 namespace {
 
@@ -93,7 +94,7 @@ void runPhonebookSyncs(benchmark::State& state, linux_platform::PhoneModel model
     FritzBox box("admin", benchdata::kPassword);
     timeSyncs(state, box, Personal);
     reportPerContact(state, contacts, router.phonebookExport.size());
-    state.counters["entries"] = static_cast<double>(FritzBoxTestAccess(box).phoneBookSize());
+    state.counters["entries"] = static_cast<double>(benchdata::entryCount(box.getData(Personal)));
 }
 
 // Without photos (phone model Other): the growth of the conversion with the export's size.
@@ -135,8 +136,8 @@ public:
     bool logIn() { return logInWithFirstSync(m_box, CallLogs); }
     // One download; false unless the whole export arrived.
     bool download() {
-        const FritzBoxTestAccess::Exchange exchange = m_access.exchange(
-            "/cgi-bin/firmwarecfg", m_access.multiPartData(), HttpClientIfc::POST, kExportFormHeaders);
+        const fritzbox_detail::RouterReply exchange = fritzbox_detail::RouterRequests::post(
+            m_box, fritzbox_detail::kExportTarget, fritzbox_detail::exportFormBody(m_access.sid()), kExportFormHeaders);
         return exchange.ok && exchange.body.size() == exportBytes();
     }
 

@@ -43,7 +43,7 @@ int syncDirectory(const std::string& port, bool sync) {
         }
         document = box.getData(Broadsoft::Filters::Personal);
     }
-    std::printf("entries %d document_bytes %zu\n", FritzBoxTestAccess(box).phoneBookSize(), document.size());
+    std::printf("entries %d document_bytes %zu\n", benchdata::entryCount(document), document.size());
     return 0;
 }
 

@@ -2,7 +2,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <vector>
 
 #include "ClientUtils.h"
 #include "ExportWalk.h"
@@ -12,14 +11,6 @@ namespace fuzzharness {
 void failCheck(const char* condition, const char* file, int line) {
     std::fprintf(stderr, "fuzz invariant violated at %s:%d: %s\n", file, line, condition);
     std::abort();
-}
-
-Session::Session() {
-    router.scripted().setKeepHistory(false);
-    router.override = [](const testsupport::ReceivedRequest& request, testsupport::ScriptedReply& reply) {
-        reply.body = "\xff\xd8\xff\xe0 fuzz picture";
-        return request.target.rfind("/lua/photo.lua", 0) == 0;
-    };
 }
 
 void checkWalkCutsAsRepeatedExtraction(const std::string& text, const std::string& begin, const std::string& end) {

@@ -1,22 +1,29 @@
-// A whole call-list body through the module's retrieval: sync(0) against the router fixture,
-// which sends the input as the CSV of /fon_num/foncalls_list.lua. Covers the line splitting, the
-// record limit and the change token together with the scanner and the record conversion.
+// A whole call-list body through the call-list unit: the line cut with its record limit, and every
+// record it hands on read and made into an entry. Nothing a router sends may break the identifier
+// (five date parts of at most three characters, all from the record) or the entry's shape.
+#include <algorithm>
+
+#include "CallList.h"
+#include "Documents.h"
 #include "FuzzHarness.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static fuzzharness::Session session;
-    session.router.callList.assign(reinterpret_cast<const char*>(data), size);
-    session.logs.clear();
+using namespace fritzbox_detail;
 
-    std::string token;  // empty, so that every input counts as a changed list
-    FUZZ_CHECK(session.box.sync(Broadsoft::Filters::CallLogs, token));
-    const std::int32_t records = session.access.callListSize();
-    FUZZ_CHECK(records >= 0 && records <= 50);
-    FUZZ_CHECK(session.access.callLogIds().size() <= static_cast<std::size_t>(records));
-    // Five date parts of at most three characters each, all taken from the record.
-    for (const std::string& id : session.access.callLogIds()) {
-        FUZZ_CHECK(id.size() <= 15 && id.find_first_not_of(session.router.callList) == std::string::npos);
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const std::string body(reinterpret_cast<const char*>(data), size);
+    const CallListLines lines = splitCallList(body);
+    FUZZ_CHECK(lines.records.size() == std::min(lines.count, kMaxCallListRecords));
+    for (const std::string& line : lines.records) {
+        const CallRecordReading reading = readCallRecord(line);
+        if (reading.fault != CallRecordFault::None) {
+            FUZZ_CHECK(line.find(reading.rejected) != std::string::npos);
+            continue;
+        }
+        const std::string id = callLogIdBase(reading.record);
+        FUZZ_CHECK(id.size() <= 15 && id.find_first_not_of(line) == std::string::npos);
+        const std::string entry =
+            callLogsEntry(reading.record.number, reading.record.name, callTime(reading.record), id + "0");
+        FUZZ_CHECK(entry.rfind("<callLogsEntry><phoneNumber>", 0) == 0);
     }
-    FUZZ_CHECK(session.access.fragments().empty());
     return 0;
 }

@@ -3,6 +3,8 @@
 // those bytes, must come back unchanged from one record in either mode.
 #include <fuzzer/FuzzedDataProvider.h>
 
+#include <vector>
+
 #include "FuzzHarness.h"
 #include "Serializer.h"
 

@@ -1,15 +1,19 @@
 // Phonebook import: the export fetch, contact conversion and contact pictures.
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <set>
 
 #include "Cryptographer.h"
+#include "Documents.h"
 #include "ModuleTest.h"
 #include "Storage.h"
 
 using namespace testsupport;
+using namespace fritzbox_detail;
 using linux_platform::PhoneModel;
 
 namespace {
@@ -24,20 +28,16 @@ std::string entry(const std::string& name, const std::string& number = "0301") {
     return "<entry><name>" + name + "</name><number>" + number + "</number></entry>";
 }
 
-class PhonebookTest : public ModuleTest {
-protected:
-    // Converts one contact record as the export walk hands it out (after "<contact"), with a
-    // clean log, and returns the entry it gave.
-    std::string convert(const std::string& record) {
-        log.clear();
-        access.forgetConversions();
-        access.handlePhonebookRecord(record);
-        return access.phonebookXml();
+// An export of one contact per picture location, all named "C".
+std::string exportWithPictures(const std::vector<std::string>& locations) {
+    std::string exported = "<phonebook>";
+    for (const std::string& location : locations) {
+        exported += "<contact" + contact("C", "0301", "<imageURL>" + location + "</imageURL>") + "</contact>";
     }
-    std::string convertPicture(const std::string& location) {
-        return convert(contact("C", "0301", "<imageURL>" + location + "</imageURL>"));
-    }
-};
+    return exported;
+}
+
+using PhonebookTest = ModuleTest;
 
 TEST_F(PhonebookTest, FetchWithChangeToken) {
     router.phonebookExport = "<phonebook><contact" + contact("Anna", "0301") + "</contact><contact" +
@@ -49,57 +49,93 @@ TEST_F(PhonebookTest, FetchWithChangeToken) {
               std::string::npos);
 
     EXPECT_FALSE(box.sync(kPersonal, token)) << "unchanged export";
-    EXPECT_EQ(access.phoneBookSize(), 0);
-    EXPECT_EQ(access.phonebookXml(), "");
+    const std::string empty = personalDocument(0, "");
+    EXPECT_EQ(box.getData(kPersonal), empty);
 
     router.phonebookExport = "<html>login page</html>";  // no contacts at all: still a changed export
     EXPECT_TRUE(box.sync(kPersonal, token));
-    EXPECT_EQ(access.phoneBookSize(), 0);
+    EXPECT_EQ(box.getData(kPersonal), empty);
+    EXPECT_EQ(router.targets().back(), kExportTarget);
+    EXPECT_EQ(router.requests().back().body, exportFormBody(kSid));
 }
 
-// Each row: a record and the entry's name and number, or the level-6 line of a skipped contact.
-TEST_F(PhonebookTest, ContactConversion) {
+// Each row: a record and the entry's name and number, or why it is skipped and what that shows.
+TEST(ContactTest, ContactReading) {
+    const std::map<std::string, ContactFault> faults = {{"skip name", ContactFault::NameMissing},
+                                                        {"skip numbers", ContactFault::NumbersMissing},
+                                                        {"skip number", ContactFault::NoValidNumber}};
     for (const Row& row : rowsOf("contacts.txt")) {
         SCOPED_TRACE(row[0]);
-        const int before = access.phoneBookSize();
-        const bool skipped = row.size() == 2;
-        EXPECT_EQ(convert(row[0]), skipped ? "" : entry(row[1], row[2]));
-        EXPECT_EQ(access.phoneBookSize(), before + (skipped ? 0 : 1));
-        EXPECT_TRUE(!skipped || log.contains("handleSinglePhonebookRecord() " + row[1], 6)) << log.text();
+        std::string record = row[0];
+        const ContactReading reading = readContact(record);
+        const auto fault = faults.find(row[1]);
+        EXPECT_EQ(reading.fault, fault == faults.end() ? ContactFault::None : fault->second);
+        const bool skipped = fault != faults.end();
+        const Row read = skipped ? Row{reading.shown} : Row{reading.name, reading.number};
+        EXPECT_EQ(read, Row(row.begin() + 1 + skipped, row.end()));
     }
 }
 
 TEST_F(PhonebookTest, OnlyPictureModelsFetchPictures) {
-    router.override = [](const ReceivedRequest&, ScriptedReply& reply) { return reply.body = "jpeg", true; };
+    router.override = [](const ReceivedRequest& request, ScriptedReply& reply) {
+        reply.body = "jpeg";
+        return request.target.rfind("/lua/photo.lua", 0) == 0;
+    };
+    router.phonebookExport = exportWithPictures({"file:///var/media/ftp/FRITZ/fonpix/1.jpg"});
     for (PhoneModel model : {PhoneModel::Other, PhoneModel::Tern, PhoneModel::Gull, PhoneModel::Wren}) {
         linux_platform::setPhoneModel(model);
-        EXPECT_EQ(convertPicture("file:///var/media/ftp/FRITZ/fonpix/1.jpg"),
-                  entry(model == PhoneModel::Other ? "C" : "C@@@/data/images/fritzbox/1.jpg"));
+        std::string fresh;
+        ASSERT_TRUE(box.sync(kPersonal, fresh));
+        EXPECT_NE(box.getData(kPersonal).find(
+                      entry(model == PhoneModel::Other ? "C" : "C@@@/data/images/fritzbox/1.jpg") + "</Personal>"),
+                  std::string::npos);
     }
-    EXPECT_EQ(router.targets().back(), "/lua/photo.lua?photo=/var/media/ftp/FRITZ/fonpix/1.jpg&sid=");
+    EXPECT_EQ(router.targets().back(), "/lua/photo.lua?photo=/var/media/ftp/FRITZ/fonpix/1.jpg&sid=" + kSid);
     EXPECT_EQ(router.count("/lua/photo.lua"), 3u);
 }
 
-// Each row: a location and the name its picture is stored under. The router answers each photo
-// with its request target, so a file shows which answer it holds.
+// Each row: a location and the name its picture is stored under. One export holds a contact per
+// row; the router answers each photo with its request target, so a file shows which answer it
+// holds.
 TEST_F(PhonebookTest, PictureLocations) {
     linux_platform::setPhoneModel(PhoneModel::Wren);
     router.override = [](const ReceivedRequest& request, ScriptedReply& reply) {
+        if (request.target.rfind("/lua/photo.lua", 0) != 0) {
+            return false;
+        }
         reply.status = request.target.find("missing") != std::string::npos ? 404 : 200;
         reply.body = request.target.find("empty") != std::string::npos ? "" : request.target;
         return true;
     };
+    const std::vector<Row> rows = rowsOf("pictures.txt");
+    std::vector<std::string> locations;
+    std::string entries;
     std::set<std::string> stored, found;
-    for (const Row& row : rowsOf("pictures.txt")) {
-        SCOPED_TRACE(row[0]);
-        const std::string& name = row[1];
-        EXPECT_EQ(convertPicture(row[0]), entry(name == "-" ? "C" : "C@@@" + kPictureDirectory + name));
-        if (name != "-") {
-            ASSERT_FALSE(router.requests().empty()) << "no photo was asked for";
-            std::ifstream file(kPictureDirectory + name, std::ios::binary);
-            EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), router.requests().back().target);
-            stored.insert(name);
+    for (const Row& row : rows) {
+        locations.push_back(row[0]);
+        entries += entry(row[1] == "-" ? "C" : "C@@@" + kPictureDirectory + row[1]);
+        EXPECT_TRUE(row[1] == "-" || pictureTarget(row[0]).fileName == row[1]) << row[0];
+    }
+    router.phonebookExport = exportWithPictures(locations);
+    ASSERT_TRUE(box.sync(kPersonal, token));
+    EXPECT_EQ(box.getData(kPersonal), personalDocument(static_cast<std::int32_t>(rows.size()), entries));
+    // Every contact asks for its picture, in the export's order; a later picture of the same name
+    // replaces the earlier one.
+    std::vector<std::string> photos = router.targets();
+    photos.erase(std::remove_if(photos.begin(), photos.end(),
+                                [](const std::string& target) { return target.rfind("/lua/photo.lua", 0) != 0; }),
+                 photos.end());
+    ASSERT_EQ(photos.size(), rows.size());
+    std::map<std::string, std::string> expected;
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        if (rows[i][1] != "-") {
+            expected[rows[i][1]] = photos[i];
+            stored.insert(rows[i][1]);
         }
+    }
+    for (const auto& [name, content] : expected) {
+        std::ifstream file(kPictureDirectory + name, std::ios::binary);
+        EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), content) << name;
     }
     for (const auto& file : std::filesystem::directory_iterator(kPictureDirectory)) {
         found.insert(file.path().filename().string());

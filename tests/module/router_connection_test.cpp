@@ -1,9 +1,12 @@
 // The router client object, its HTTP exchange and the session login, against a router on
 // loopback TCP.
 #include "ModuleTest.h"
+#include "RouterExchange.h"
+#include "SessionLogin.h"
 
 using namespace testsupport;
 using Broadsoft::Filters::FilterTypes;
+using fritzbox_detail::RouterRequests;
 
 namespace {
 
@@ -62,7 +65,7 @@ TEST_F(RouterConnectionTest, CredentialChangeUnderAValidSessionLogsOutFirst) {
     EXPECT_EQ(router.scripted().requestCount(), 0u) << "same password: nothing to invalidate";
     box.setPassword("neu");
     ASSERT_EQ(router.targets(), std::vector<std::string>{"/login_sid.lua?logout=&sid=" + kSid});
-    EXPECT_FALSE(access.isValidSid());
+    EXPECT_FALSE(fritzbox_detail::sessionIsValid(access.sid()));
     box.setUsername("other");  // no valid session any more: only stored
     EXPECT_EQ(router.scripted().requestCount(), 1u);
 
@@ -97,7 +100,7 @@ TEST_F(RouterConnectionTest, StatusesAndRedirects) {
             reply.body = moved ? "moved" : body;  // a redirect's body is replaced, never kept in front
             return true;
         };
-        const auto result = access.exchange("/form", "a=b", HttpClientIfc::POST, {{"X-Test", "kept"}});
+        const auto result = RouterRequests::post(box, "/form", "a=b", {{"X-Test", "kept"}});
         EXPECT_EQ(result.ok, row.line.empty());
         EXPECT_TRUE(row.line.empty() ? result.body == body : log.contains("connectionHandler() " + row.line))
             << log.text();
@@ -114,14 +117,15 @@ TEST_F(RouterConnectionTest, StatusesAndRedirects) {
 
 // Each row: an exchange and whether its connection is kept afterwards. One the router closes is
 // dropped and replaced by the next exchange's; a usable one is dropped only when forced; an
-// unreachable router fails with the transport's message logged.
+// unreachable router fails with the transport's message logged, and the sync after the outage
+// sends its requests on a fresh connection.
 TEST_F(RouterConnectionTest, ConnectionLifetime) {
     router.override = [](const ReceivedRequest& request, ScriptedReply& reply) {
         return reply.closeAfter = request.target == "/closing", true;
     };
     for (const auto& [target, kept] :
          {std::pair{"/first", true}, std::pair{"/closing", false}, std::pair{"/after", true}}) {
-        EXPECT_TRUE(access.exchange(target).ok);
+        EXPECT_TRUE(RouterRequests::get(box, target).ok);
         EXPECT_EQ(access.hasConnection(), kept) << target;
     }
     EXPECT_EQ(router.scripted().connectionCount(), 2u);
@@ -135,6 +139,14 @@ TEST_F(RouterConnectionTest, ConnectionLifetime) {
     EXPECT_FALSE(box.sync(FilterTypes::Personal, token));
     EXPECT_TRUE(log.contains("connectionHandler() exception='", 2));
     EXPECT_FALSE(access.hasConnection());
+
+    linux_platform::mapHost("fritz.box", "80", "127.0.0.1", std::to_string(router.scripted().port()));
+    const std::size_t before = router.scripted().requestCount();
+    router.override = nullptr;
+    router.phonebookExport = "<phonebook/>";
+    EXPECT_TRUE(box.sync(FilterTypes::Personal, token)) << log.text();
+    EXPECT_EQ(router.scripted().requestCount() - before, 3u) << "login and export after the outage";
+    EXPECT_EQ(router.scripted().connectionCount(), 3u);
 }
 
 }  // namespace
