@@ -1,0 +1,7 @@
+// What a firmware's loader does with the module: construct the client and ask for a document.
+#include "FritzBox.h"
+
+std::string firmwareDirectory() {
+    FritzBox box("admin", "secret");
+    return box.getData(Broadsoft::Filters::Personal);
+}
