@@ -9,11 +9,11 @@ namespace fritzbox_detail {
 // Returns false to stop the walk.
 using ExtractionVisitor = std::function<bool(std::string& between)>;
 
-// Hands `visit` what repeated ClientUtils::getStringBetweenKeywords(copy, out, begin, end) calls
-// on a copy of `text` would hand out, in the same order and with the same text, until `visit`
-// returns false or no pair is left. Each such call removes the pair it found and joins the text
-// before and after it, so a new `begin` can form across the seam; the walk finds those too.
-// Nothing is handed out when `begin` or `end` is empty. Linear in the size of `text`.
+// Hands `visit`, in order, the text between the first `begin` and the first `end` after it, then
+// takes that pair with the text between out of `text` and looks again, joining what stood before
+// and after it: so a `begin` that forms across such a seam counts too. Stops when `visit` returns
+// false or no pair is left; nothing is handed out when `begin` or `end` is empty. Linear in the
+// size of `text` (the text is walked once, never copied piece by piece).
 void forEachExtraction(const std::string& text, const std::string& begin, const std::string& end,
                        const ExtractionVisitor& visit);
 
