@@ -10,7 +10,7 @@ JOBS           ?= $(shell nproc)
 CTEST_FLAGS    ?= --output-on-failure -j $(JOBS)
 ARM_TOOLCHAIN  := --toolchain cmake/arm-linux-gnueabihf.cmake
 
-.PHONY: deps build demo test test-native test-arm test-asan arm-module package fuzz bench format clean
+.PHONY: deps build demo test test-native test-arm test-asan arm-module package fuzz bench mutation coverage format clean
 
 deps:
 	@bash scripts/install-deps.sh
@@ -95,6 +95,14 @@ bench: deps
 	cmake --build $(BENCH_BUILD_DIR) -j $(JOBS)
 	$(MAKE) arm-module
 	bench/run-benchmarks.sh $(BENCH_BUILD_DIR) $(ARM_MODULE_BUILD_DIR)
+
+# Plants one fault at a time into the C++ sources of a copy of the tree (under /tmp) and runs the
+# native suite on each: killed, survived or does not compile, and a score. MUTATION_ARGS passes
+# options through, e.g. MUTATION_ARGS="--sample 40 --seed 7 --files tools/ --min-score 80"; see
+# scripts/mutation.py --help. Survivors go to build-mutation/survivors.txt.
+MUTATION_ARGS ?=
+mutation: deps
+	python3 scripts/mutation.py $(MUTATION_ARGS)
 
 format:
 	clang-format -i $$(git ls-files '*.cpp' '*.h')
