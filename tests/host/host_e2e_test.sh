@@ -109,6 +109,8 @@ done
 # an ARM host finds the native simulator), with the sample data found from the simulator's place.
 mkdir "$WORK/bin" && cp "$4" "$WORK/bin/fritzbox-xsi" && ln -s "$(readlink -f "$SIM")" "$WORK/bin/fritzbox-router-sim"
 expect 0 '^Demo finished as expected' "${EMULATOR[@]}" "$WORK/bin/fritzbox-xsi" demo
+check "demo: every picture the directory names was on disk" \
+    grep -qE '^([1-9][0-9]*) contact picture\(s\) named in the directory, \1 of them on disk' "$OUT"
 
 echo "host e2e: $CHECKS checks, $FAILED failed"
 [ "$FAILED" -eq 0 ]

@@ -12,7 +12,8 @@ struct DemoOptions {
 };
 
 // Narrates the run on `out` (documents included); module log lines go to stderr. True when both
-// data sets were converted and the second round recognised the unchanged router.
+// data sets were converted, every picture the directory names was on disk while the module object
+// lived and gone after it, and the second round recognised the unchanged router.
 bool runDemo(const DemoOptions& options, std::ostream& out, std::ostream& err);
 
 }  // namespace host
