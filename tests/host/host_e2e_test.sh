@@ -42,6 +42,7 @@ valid_document() {  # valid_document FILE: the project's schema decides, the pub
 }
 
 printf '%s\n' "$PASSWORD" >"$WORK/password" && printf '%s\r\n' "$PASSWORD" >"$WORK/password-crlf"
+printf '%s' "$PASSWORD" >"$WORK/password-unended"
 start_simulator router
 ROUTER=(--router "127.0.0.1:$PORT")
 
@@ -55,6 +56,11 @@ run_sync 0 '<numberOfRecords>[1-9][0-9]*</numberOfRecords>' directory "${ROUTER[
 check "directory: schema-valid" valid_document "$OUT"
 check "token: the file holds a digest" grep -qE '^[0-9a-f]{32}$' "$WORK/token"
 run_sync 1 '<numberOfRecords>0</numberOfRecords>' directory "${ROUTER[@]}" --token-file "$WORK/token"
+# A password file without a line end is all password; one sync does not wait for an interval (a
+# wait would outlast the time limit); a token file named relative to the working directory.
+expect 0 '<placed>' env -C "$WORK" "${HOST[@]}" sync calllogs "${ROUTER[@]}" --user admin \
+    --password-file "$WORK/password-unended" --interval 3600 --token-file relative-token
+check "token: a relative name is kept in the working directory" grep -qE '^[0-9a-f]{32}$' "$WORK/relative-token"
 
 # A token file that cannot be read (a directory) or written (no file may grow: a full disk as
 # far as the host can tell) ends with exit 3 and leaves no temporary file.
