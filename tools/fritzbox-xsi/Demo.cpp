@@ -59,12 +59,7 @@ std::vector<std::string> simulatorArguments(const std::string& dataDirectory) {
 
 }  // namespace
 
-bool runDemo(const DemoOptions& options, std::ostream& out, std::ostream& err) {
-    linux_platform::PhoneModel model;
-    if (!linux_platform::parsePhoneModel(options.model, model)) {
-        err << "fritzbox-xsi demo: unknown model '" << options.model << "'\n";
-        return false;
-    }
+bool runDemo(const DemoOptions& options, linux_platform::PhoneModel model, std::ostream& out) {
     const SimulatorProcess simulator(tools::executableDirectory() + "/fritzbox-router-sim",
                                      simulatorArguments(options.dataDirectory));
     linux_platform::mapHost("fritz.box", "80", simulator.address(), simulator.port());
