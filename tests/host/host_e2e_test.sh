@@ -83,8 +83,8 @@ check "pictures: gone after the run" test ! -e "$PICTURES"
 
 # Usage errors of either program: exit 2 and one line naming the problem, before any request (a
 # file that opens but fails to read too: /proc/self/mem at offset 0).
-: >"$WORK/empty" && printf 'one\ntwo\n' >"$WORK/two-lines"
-for file in empty two-lines tokens/a-directory missing; do
+: >"$WORK/empty" && printf 'one\ntwo\n' >"$WORK/two-lines" && printf '\r\n' >"$WORK/line-end-only"
+for file in empty line-end-only two-lines tokens/a-directory missing; do
     run_sync 2 password-file calllogs "${ROUTER[@]}" --password-file "$WORK/$file"
 done
 run_sync 2 'password-file /proc/self/mem: Input/output error' calllogs "${ROUTER[@]}" --password-file /proc/self/mem
