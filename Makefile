@@ -6,11 +6,12 @@ ASAN_BUILD_DIR ?= build-asan
 FUZZ_BUILD_DIR ?= build-fuzz
 BENCH_BUILD_DIR?= build-bench
 PACKAGE_BUILD_DIR ?= build-package
+COVERAGE_BUILD_DIR ?= build-coverage
 JOBS           ?= $(shell nproc)
 CTEST_FLAGS    ?= --output-on-failure -j $(JOBS)
 ARM_TOOLCHAIN  := --toolchain cmake/arm-linux-gnueabihf.cmake
 
-.PHONY: deps build demo test test-native test-arm test-asan arm-module package fuzz bench format clean
+.PHONY: deps build demo test test-native test-arm test-asan arm-module package fuzz bench mutation coverage format clean
 
 deps:
 	@bash scripts/install-deps.sh
@@ -96,8 +97,31 @@ bench: deps
 	$(MAKE) arm-module
 	bench/run-benchmarks.sh $(BENCH_BUILD_DIR) $(ARM_MODULE_BUILD_DIR)
 
+# Line and branch coverage of the native suite (gcovr), from a build of its own with --coverage:
+# a summary per area on the terminal, the HTML report in $(COVERAGE_BUILD_DIR)/coverage/index.html.
+# Counts of earlier runs are deleted first. A test that limits the file size (the token file's
+# "disk full") keeps libgcov from writing its counts; libgcov's complaint goes to a log file
+# instead of that test's checked stderr.
+coverage: deps
+	cmake -S . -B $(COVERAGE_BUILD_DIR) -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCMAKE_C_FLAGS=--coverage \
+	  -DCMAKE_CXX_FLAGS=--coverage
+	cmake --build $(COVERAGE_BUILD_DIR) -j $(JOBS)
+	find $(COVERAGE_BUILD_DIR) -name '*.gcda' -delete
+	GCOV_ERROR_FILE=$(CURDIR)/$(COVERAGE_BUILD_DIR)/gcov-errors.log \
+	  bench/with-private-pictures.sh ctest --test-dir $(COVERAGE_BUILD_DIR) $(CTEST_FLAGS)
+	scripts/coverage.sh $(COVERAGE_BUILD_DIR)
+
+# Plants one fault at a time into the C++ sources of a copy of the tree (under /tmp) and runs the
+# native suite on each: killed, survived or does not compile, and a score. MUTATION_ARGS passes
+# options through, e.g. MUTATION_ARGS="--sample 40 --seed 7 --files tools/ --min-score 80"; see
+# scripts/mutation.py --help. Survivors go to build-mutation/survivors.txt.
+MUTATION_ARGS ?=
+mutation: deps
+	python3 scripts/mutation.py $(MUTATION_ARGS)
+
 format:
 	clang-format -i $$(git ls-files '*.cpp' '*.h')
 
 clean:
-	rm -rf $(BUILD_DIR) $(ARM_BUILD_DIR) $(ARM_MODULE_BUILD_DIR) $(ASAN_BUILD_DIR) $(FUZZ_BUILD_DIR) $(BENCH_BUILD_DIR) $(PACKAGE_BUILD_DIR)
+	rm -rf $(BUILD_DIR) $(ARM_BUILD_DIR) $(ARM_MODULE_BUILD_DIR) $(ASAN_BUILD_DIR) $(FUZZ_BUILD_DIR) $(BENCH_BUILD_DIR) $(PACKAGE_BUILD_DIR) \
+	  $(COVERAGE_BUILD_DIR) build-mutation

@@ -42,6 +42,7 @@ valid_document() {  # valid_document FILE: the project's schema decides, the pub
 }
 
 printf '%s\n' "$PASSWORD" >"$WORK/password" && printf '%s\r\n' "$PASSWORD" >"$WORK/password-crlf"
+printf '%s' "$PASSWORD" >"$WORK/password-unended"
 start_simulator router
 ROUTER=(--router "127.0.0.1:$PORT")
 
@@ -55,6 +56,14 @@ run_sync 0 '<numberOfRecords>[1-9][0-9]*</numberOfRecords>' directory "${ROUTER[
 check "directory: schema-valid" valid_document "$OUT"
 check "token: the file holds a digest" grep -qE '^[0-9a-f]{32}$' "$WORK/token"
 run_sync 1 '<numberOfRecords>0</numberOfRecords>' directory "${ROUTER[@]}" --token-file "$WORK/token"
+# A password file without a line end is all password; one sync does not wait for an interval (a
+# wait would outlast the time limit); a token file named relative to the working directory.
+expect 0 '<placed>' env -C "$WORK" "${HOST[@]}" sync calllogs "${ROUTER[@]}" --user admin \
+    --password-file "$WORK/password-unended" --interval 3600 --token-file relative-token
+check "token: a relative name is kept in the working directory" grep -qE '^[0-9a-f]{32}$' "$WORK/relative-token"
+# Started with stdin closed (as a daemon may be), the password file is opened as descriptor 0.
+expect 0 '<placed>' bash -c 'exec "$@" <&-' _ "${HOST[@]}" sync calllogs "${ROUTER[@]}" --user admin \
+    --password-file "$WORK/password"
 
 # A token file that cannot be read (a directory) or written (no file may grow: a full disk as
 # far as the host can tell) ends with exit 3 and leaves no temporary file.
@@ -72,11 +81,13 @@ check "pictures: files exist during the run" test -n "$(ls -A "$PICTURES" 2>/dev
 check "pictures: the run (see above)" wait $!
 check "pictures: gone after the run" test ! -e "$PICTURES"
 
-# Usage errors of either program: exit 2 and one line naming the problem, before any request.
-: >"$WORK/empty" && printf 'one\ntwo\n' >"$WORK/two-lines"
-for file in empty two-lines tokens/a-directory missing; do
+# Usage errors of either program: exit 2 and one line naming the problem, before any request (a
+# file that opens but fails to read too: /proc/self/mem at offset 0).
+: >"$WORK/empty" && printf 'one\ntwo\n' >"$WORK/two-lines" && printf '\r\n' >"$WORK/line-end-only"
+for file in empty line-end-only two-lines tokens/a-directory missing; do
     run_sync 2 password-file calllogs "${ROUTER[@]}" --password-file "$WORK/$file"
 done
+run_sync 2 'password-file /proc/self/mem: Input/output error' calllogs "${ROUTER[@]}" --password-file /proc/self/mem
 expect 2 password-file "$SIM" --port 0 --password-file "$WORK/two-lines"
 for address in 127.0.0.1:99999 127.0.0.1:0 127.0.0.1: ::1 '[::1' '[::1]8080'; do
     run_sync 2 --router calllogs --router "$address"
@@ -84,6 +95,7 @@ for address in 127.0.0.1:99999 127.0.0.1:0 127.0.0.1: ::1 '[::1' '[::1]8080'; do
 done
 run_sync 2 phonebook phonebook
 run_sync 2 heron calllogs --model heron
+expect 2 heron "${HOST[@]}" demo --model heron
 expect 2 'no password' env -u FRITZBOX_PASSWORD "${HOST[@]}" sync calllogs --user admin
 expect 2 "$WORK/missing" "$SIM" --port 0 --data "$WORK/missing"
 expect 2 "127.0.0.1:$PORT: Address already in use" "$SIM" --port "$PORT"
@@ -106,9 +118,13 @@ for closing in "" --close-connections; do
 done
 
 # The demo runs the fritzbox-router-sim program found beside its own executable (a copy here, so
-# an ARM host finds the native simulator), with the sample data found from the simulator's place.
+# an ARM host finds the native simulator), with the sample data found from the simulator's place;
+# a data directory the simulator cannot read ends the demo with status 1.
 mkdir "$WORK/bin" && cp "$4" "$WORK/bin/fritzbox-xsi" && ln -s "$(readlink -f "$SIM")" "$WORK/bin/fritzbox-router-sim"
 expect 0 '^Demo finished as expected' "${EMULATOR[@]}" "$WORK/bin/fritzbox-xsi" demo
+check "demo: every picture the directory names was on disk" \
+    grep -qE '^([1-9][0-9]*) contact picture\(s\) named in the directory, \1 of them on disk' "$OUT"
+expect 1 'ended before it listened' "${EMULATOR[@]}" "$WORK/bin/fritzbox-xsi" demo --data "$WORK/missing"
 
 echo "host e2e: $CHECKS checks, $FAILED failed"
 [ "$FAILED" -eq 0 ]

@@ -1,34 +1,40 @@
 #include "Demo.h"
 
-#include <dirent.h>
+#include <sys/stat.h>
 
+#include <algorithm>
 #include <vector>
 
 #include "HostSession.h"
 #include "LinuxPlatform.h"
 #include "ProgramFiles.h"
+#include "SampleRouter.h"
 #include "SimulatorProcess.h"
 
 namespace host {
 namespace {
 
-// The simulator's default credentials, which are also those of its bundled sample.
-const char* const kDemoUser = "admin";
-const char* const kDemoPassword = "geheim";
-const char* const kPictureDirectory = "/data/images/fritzbox/";
+// What follows a directory entry's name when the module stored a picture for it: "@@@" and the
+// picture's path, up to the end of the <name> element.
+const std::string kPictureMarker = "@@@";
 
-std::vector<std::string> picturesOnDisk() {
-    std::vector<std::string> names;
-    if (DIR* directory = opendir(kPictureDirectory)) {
-        while (const dirent* item = readdir(directory)) {
-            const std::string name = item->d_name;
-            if (name != "." && name != "..") {
-                names.push_back(name);
-            }
-        }
-        closedir(directory);
+// The picture files the directory document names, so the demo shows what the module wrote
+// without knowing where the module writes.
+std::vector<std::string> picturesNamed(const std::string& document) {
+    std::vector<std::string> paths;
+    for (std::size_t at = document.find(kPictureMarker); at != std::string::npos;
+         at = document.find(kPictureMarker, at)) {
+        at += kPictureMarker.size();
+        paths.push_back(document.substr(at, document.find('<', at) - at));
     }
-    return names;
+    return paths;
+}
+
+std::size_t countOnDisk(const std::vector<std::string>& paths) {
+    return std::count_if(paths.begin(), paths.end(), [](const std::string& path) {
+        struct stat status;
+        return stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+    });
 }
 
 void heading(std::ostream& out, const std::string& text) {
@@ -53,12 +59,7 @@ std::vector<std::string> simulatorArguments(const std::string& dataDirectory) {
 
 }  // namespace
 
-bool runDemo(const DemoOptions& options, std::ostream& out, std::ostream& err) {
-    linux_platform::PhoneModel model;
-    if (!linux_platform::parsePhoneModel(options.model, model)) {
-        err << "fritzbox-xsi demo: unknown model '" << options.model << "'\n";
-        return false;
-    }
+bool runDemo(const DemoOptions& options, linux_platform::PhoneModel model, std::ostream& out) {
     const SimulatorProcess simulator(tools::executableDirectory() + "/fritzbox-router-sim",
                                      simulatorArguments(options.dataDirectory));
     linux_platform::mapHost("fritz.box", "80", simulator.address(), simulator.port());
@@ -71,8 +72,9 @@ bool runDemo(const DemoOptions& options, std::ostream& out, std::ostream& err) {
         << ". Module log lines (level 6) follow on stderr.\n";
 
     bool converted = true;
+    std::vector<std::string> pictures;
     {
-        HostSession session(kDemoUser, kDemoPassword);
+        HostSession session(tools::kSampleRouterUser, tools::kSampleRouterPassword);
         linux_platform::setLogLevel(6);
 
         heading(out, "1. Call logs: login and call list");
@@ -84,12 +86,15 @@ bool runDemo(const DemoOptions& options, std::ostream& out, std::ostream& err) {
 
         heading(out, "2. Personal directory: phonebook export and pictures");
         converted = syncAndShow(session, Broadsoft::Filters::Personal, out) && converted;
-        const std::vector<std::string> pictures = picturesOnDisk();
-        out << pictures.size() << " contact picture(s) in " << kPictureDirectory << " while the module object lives";
-        for (const std::string& name : pictures) {
-            out << " " << name;
+        pictures = picturesNamed(session.document(Broadsoft::Filters::Personal));
+        const std::size_t stored = countOnDisk(pictures);
+        out << pictures.size() << " contact picture(s) named in the directory, " << stored
+            << " of them on disk while the module object lives:";
+        for (const std::string& path : pictures) {
+            out << " " << path;
         }
         out << "\n";
+        converted = converted && stored == pictures.size();
 
         heading(out, "3. Again, with the router's data unchanged");
         linux_platform::setLogLevel(2);
@@ -101,10 +106,11 @@ bool runDemo(const DemoOptions& options, std::ostream& out, std::ostream& err) {
     }
 
     const linux_platform::TransportStats stats = linux_platform::transportStats();
+    const std::size_t left = countOnDisk(pictures);
+    converted = converted && left == 0;
     heading(out, "Summary");
     out << "The module sent " << stats.requestsSent << " requests over " << stats.connectionsOpened
-        << " TCP connection(s); the picture directory was removed with the module object (" << picturesOnDisk().size()
-        << " files left).\n"
+        << " TCP connection(s); its pictures went with the module object (" << left << " of them left).\n"
         << (converted ? "Demo finished as expected.\n" : "Demo did NOT go as expected; see the log above.\n");
     return converted;
 }

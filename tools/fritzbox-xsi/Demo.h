@@ -4,15 +4,18 @@
 #include <ostream>
 #include <string>
 
+#include "LinuxPlatform.h"
+
 namespace host {
 
 struct DemoOptions {
-    std::string dataDirectory;  // empty: the simulator's bundled sample
-    std::string model = "tern";
+    std::string dataDirectory;   // empty: the simulator's bundled sample
+    std::string model = "tern";  // as named on the command line
 };
 
-// Narrates the run on `out` (documents included); module log lines go to stderr. True when both
-// data sets were converted and the second round recognised the unchanged router.
-bool runDemo(const DemoOptions& options, std::ostream& out, std::ostream& err);
+// Narrates the run with `model` (parsed from options.model) on `out` (documents included); module log lines go to
+// stderr. True when both data sets were converted, every picture the directory names was on disk while the module
+// object lived and gone after it, and the second round recognised the unchanged router.
+bool runDemo(const DemoOptions& options, linux_platform::PhoneModel model, std::ostream& out);
 
 }  // namespace host

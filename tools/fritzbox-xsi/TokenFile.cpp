@@ -13,12 +13,10 @@
 namespace host {
 namespace {
 
+// The directory part with its slash kept, so that a file in "/" names "/".
 std::string directoryOf(const std::string& path) {
     const std::size_t slash = path.rfind('/');
-    if (slash == std::string::npos) {
-        return ".";
-    }
-    return slash == 0 ? "/" : path.substr(0, slash);
+    return slash == std::string::npos ? "." : path.substr(0, slash + 1);
 }
 
 // Writes `content`, flushes it to the disk and closes `fd`; 0 or the first errno met.

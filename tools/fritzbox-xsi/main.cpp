@@ -65,12 +65,16 @@ std::string readPassword(const std::string& passwordFile) {
     return fromEnvironment;
 }
 
-void applyCommonOptions(const CommonOptions& common) {
+linux_platform::PhoneModel parseModel(const std::string& name) {
     linux_platform::PhoneModel model;
-    if (!linux_platform::parsePhoneModel(common.model, model)) {
-        throw UsageError("--model: expected tern, gull, wren or other, got '" + common.model + "'");
+    if (!linux_platform::parsePhoneModel(name, model)) {
+        throw UsageError("--model: expected tern, gull, wren or other, got '" + name + "'");
     }
-    linux_platform::setPhoneModel(model);
+    return model;
+}
+
+void applyCommonOptions(const CommonOptions& common) {
+    linux_platform::setPhoneModel(parseModel(common.model));
     linux_platform::setLogLevel(common.logLevel);
 }
 
@@ -156,7 +160,7 @@ int main(int argc, char** argv) {
         if (syncCommand->parsed()) {
             return runSync(common, sync);
         }
-        return host::runDemo(demo, std::cout, std::cerr) ? kExitSynced : kExitNotSynced;
+        return host::runDemo(demo, parseModel(demo.model), std::cout) ? kExitSynced : kExitNotSynced;
     } catch (const UsageError& error) {
         std::cerr << "fritzbox-xsi: " << error.what() << '\n';
         return kExitUsage;

@@ -10,6 +10,8 @@
 #include <memory>
 #include <string>
 
+#include "SampleRouter.h"
+
 namespace routersim {
 
 // Where the router keeps contact photos; the phonebook's imageURLs name files under it.
@@ -41,8 +43,8 @@ struct Faults {
 };
 
 struct SimulatorOptions {
-    std::string user = "admin";
-    std::string password = "geheim";
+    std::string user = tools::kSampleRouterUser;
+    std::string password = tools::kSampleRouterPassword;
     // false: accept the phone module's login response (bare MD5 hex over the bytes of
     // "<challenge>-<password>", each byte widened to 16 bits). true: accept only the real
     // router's ("<challenge>-" + MD5 hex over the UTF-16LE text, characters above U+00FF as '.').

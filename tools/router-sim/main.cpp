@@ -35,7 +35,8 @@ void addServingOptions(CLI::App& app, ProgramOptions& options) {
                    "Directory with calllist.csv, phonebook.xml and photos/ (default: the bundled sample)");
     app.add_option("--user", options.simulator.user, "The router's user name")->capture_default_str();
     app.add_option("--password-file", options.passwordFile,
-                   "File holding the password, one line (default password: geheim, the sample's)");
+                   std::string("File holding the password, one line (default password: ") +
+                       tools::kSampleRouterPassword + ", the sample's)");
     app.add_flag("--strict-login", options.simulator.strictLogin,
                  "Accept only the real router's login response (<challenge>-<md5 of UTF-16LE>) instead of "
                  "the phone module's (bare md5 over byte-widened text)");
