@@ -20,6 +20,7 @@ import signal
 import subprocess
 import sys
 import tempfile
+import threading
 import time
 from dataclasses import dataclass
 from pathlib import Path
@@ -184,21 +185,23 @@ class Workspace:
     def __init__(self, root, args):
         self.root, self.args = root, args
         self.build = root / "build-mutation"
+        self.jobs = max(1, args.jobs // args.lanes)
 
     def configure_and_build(self):
         if run(["cmake", "-S", ".", "-B", str(self.build), "-G", "Ninja"], self.root, None) != 0:
             sys.exit("mutation: configuring the copy failed")
-        return self.build_incrementally()
+        return self.build_incrementally(self.args.jobs)
 
-    def build_incrementally(self):
-        return run(["ninja", "-C", str(self.build), f"-j{self.args.jobs}"], self.root, self.args.build_limit) == 0
+    def build_incrementally(self, jobs=None):
+        command = ["ninja", "-C", str(self.build), f"-j{jobs or self.jobs}"]
+        return run(command, self.root, self.args.build_limit) == 0
 
     def suite_passes(self):
         # The suite creates the phone's picture directory; as root it gets a private one, so that
         # test runs of the checkout beside this one are not disturbed.
         command = [str(self.root / "bench/with-private-pictures.sh"), "ctest", "--test-dir", str(self.build),
-                   "-j", str(self.args.jobs), "--timeout", str(self.args.timeout), "--stop-on-failure"]
-        return run(command, self.root, self.args.timeout * 4) == 0
+                   "-j", str(self.jobs), "--timeout", str(self.args.timeout), "--stop-on-failure"]
+        return run(command, self.root, self.args.suite_limit) == 0
 
     def write(self, path, text):
         # Ninja rebuilds by modification time: the new content must look newer than the object
@@ -230,11 +233,16 @@ def parse_arguments():
     parser.add_argument("--seed", type=int, default=1, help="seed of the sample (default 1)")
     parser.add_argument("--list", action="store_true", help="print the candidate faults and stop")
     parser.add_argument("--min-score", type=float, metavar="PERCENT", help="exit 1 when the score is below PERCENT")
-    parser.add_argument("--timeout", type=int, default=60,
-                        help="seconds one test may take, four times that the whole suite; over it the fault is "
-                        "killed (default 60)")
+    parser.add_argument("--timeout", type=int, default=30,
+                        help="seconds one test may take; over it the fault is killed (default 30)")
+    parser.add_argument("--suite-limit", type=int, default=60,
+                        help="seconds the whole suite may take (a test's own ctest TIMEOUT can be longer than "
+                        "--timeout); over it the fault is killed (default 60, ten times the unloaded suite)")
     parser.add_argument("--build-limit", type=int, default=600, help="seconds one rebuild may take (default 600)")
-    parser.add_argument("--jobs", type=int, default=2, help="parallel compile and test jobs (default 2)")
+    parser.add_argument("--jobs", type=int, default=os.cpu_count() or 2,
+                        help="compile and test jobs in all, shared by the lanes (default: the processors)")
+    parser.add_argument("--lanes", type=int, default=2,
+                        help="copies of the tree that test faults side by side (default 2)")
     parser.add_argument("--survivors", default=str(REPO / "build-mutation" / "survivors.txt"),
                         help="file for the surviving faults (default build-mutation/survivors.txt)")
     parser.add_argument("--keep", action="store_true", help="keep the copied tree and its build")
@@ -272,6 +280,45 @@ def write_survivors(path, results):
     print(f"{len(survivors)} survivor(s) written to {path}")
 
 
+def prepare_lane(root, args):
+    copy_tree(root)
+    workspace = Workspace(root, args)
+    if not workspace.configure_and_build() or not workspace.suite_passes():
+        sys.exit("mutation: the unchanged copy does not build or pass its suite")
+    return workspace
+
+
+def run_lanes(workspaces, to_run):
+    """Every fault in one of the lanes, each lane taking the next fault when it is done; the
+    results in the order of `to_run`."""
+    outcomes = [None] * len(to_run)
+    next_index, finished = iter(range(len(to_run))), [0]
+    lock = threading.Lock()
+
+    def lane(workspace):
+        originals = {}
+        while True:
+            with lock:
+                index = next(next_index, None)
+            if index is None:
+                return
+            fault, begun = to_run[index], time.time()
+            if fault.path not in originals:
+                originals[fault.path] = (workspace.root / fault.path).read_text()
+            outcomes[index] = workspace.outcome(fault, originals[fault.path])
+            with lock:
+                finished[0] += 1
+                print(f"[{finished[0]}/{len(to_run)}] {outcomes[index]:<16} {fault.where()} "
+                      f"({time.time() - begun:.0f} s)", flush=True)
+
+    threads = [threading.Thread(target=lane, args=(workspace,)) for workspace in workspaces]
+    for thread in threads:
+        thread.start()
+    for thread in threads:
+        thread.join()
+    return list(zip(to_run, outcomes))
+
+
 def main():
     args = parse_arguments()
     faults, equivalent = candidates(args)
@@ -282,26 +329,17 @@ def main():
         return 0
     to_run = [f for f in faults if f.key() not in equivalent]
     started = time.time()
-    root = Path(tempfile.mkdtemp(prefix="fritzbox-mutation-"))
+    roots = [Path(tempfile.mkdtemp(prefix="fritzbox-mutation-")) for _ in range(max(1, args.lanes))]
     try:
-        copy_tree(root)
-        workspace = Workspace(root, args)
-        print(f"mutation: {len(to_run)} faults ({len(faults) - len(to_run)} equivalent left out), copy in {root}",
-              flush=True)
-        if not workspace.configure_and_build() or not workspace.suite_passes():
-            sys.exit("mutation: the unchanged copy does not build or pass its suite")
-        originals = {path: (root / path).read_text() for path in {f.path for f in to_run}}
-        results = []
-        for index, fault in enumerate(to_run, start=1):
-            begun = time.time()
-            outcome = workspace.outcome(fault, originals[fault.path])
-            results.append((fault, outcome))
-            print(f"[{index}/{len(to_run)}] {outcome:<16} {fault.where()} ({time.time() - begun:.0f} s)", flush=True)
+        print(f"mutation: {len(to_run)} faults ({len(faults) - len(to_run)} equivalent left out), "
+              f"{len(roots)} lane(s) in {' '.join(map(str, roots))}", flush=True)
+        results = run_lanes([prepare_lane(root, args) for root in roots], to_run)
     finally:
-        if args.keep:
-            print(f"mutation: the copy stays in {root}")
-        else:
-            shutil.rmtree(root, ignore_errors=True)
+        for root in roots:
+            if args.keep:
+                print(f"mutation: the copy stays in {root}")
+            else:
+                shutil.rmtree(root, ignore_errors=True)
     score = report(results, len(faults) - len(to_run), time.time() - started)
     write_survivors(args.survivors, results)
     return 1 if args.min_score is not None and score < args.min_score else 0
