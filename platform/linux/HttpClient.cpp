@@ -24,6 +24,7 @@
 #include "ResponseReader.h"
 #include "SecureConnectionImpl.h"
 #include "SecureTransport.h"
+#include "TransportControls.h"
 
 namespace {
 
@@ -300,8 +301,10 @@ int HttpClientState::fail(const std::string& reason) {
     if (m_phase == Phase::Failed) {
         return HttpClientIfc::FAILURE;
     }
+    const std::string limit = stream().limitReached();
+    const std::string fullReason = limit.empty() ? reason : reason + " (" + limit + ")";
     logAppQel("Platform", "./platform/linux/HttpClient", 4, __LINE__, "HTTP exchange with %s:%s failed: %s",
-              m_host.c_str(), m_port.c_str(), reason.c_str());
+              m_host.c_str(), m_port.c_str(), fullReason.c_str());
     m_phase = Phase::Failed;
     stream().close();
     stream().endExchange();

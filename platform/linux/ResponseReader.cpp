@@ -264,9 +264,6 @@ bool ResponseReader::readTrailers() {
 
 bool ResponseReader::fail(const std::string& reason) {
     m_failure = reason;
-    if (m_stream.exchangeLimitReached()) {
-        m_failure += " (the exchange reached its limit of " + std::to_string(m_stream.exchangeLimitMs()) + " ms)";
-    }
     return false;
 }
 

@@ -36,10 +36,11 @@ using Outcome = std::map<std::string, std::string>;  // named as the fields of t
 
 class HttpClientTest : public ::testing::Test {
 protected:
-    // Short limits (connect, I/O, whole exchange), so that silent routers cost a fraction of a second.
+    // Short limits (connect, I/O, whole exchange, low-speed window and floor), so that silent and
+    // trickling routers cost a fraction of a second.
     void SetUp() override {
         linux_platform::resetTransportStats();
-        linux_platform::setTimeLimitOverrides({500, 300, 1000});
+        linux_platform::setTimeLimitOverrides({500, 300, 1000, 500, 40});
         router.mapAs("fritz.box", "80");
     }
     void TearDown() override {
