@@ -82,6 +82,8 @@ bool parsePhoneModel(const std::string& text, PhoneModel& model);
 // environment variable FRITZBOX_LOG_LEVEL (default 2).
 void setLogLevel(int level);
 int logLevel();
+// Forgets the level set, so that the environment variable is read again.
+void resetLogLevel();
 
 struct LogRecord {
     std::string module;
