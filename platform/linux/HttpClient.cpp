@@ -3,7 +3,8 @@
 // One client carries one exchange at a time over a kept connection. The response body is read
 // incrementally: each readResponse/readMoreData call receives only what it hands back (plus at
 // most one socket read ahead), so a large export is never held twice. Every wait is bounded by the
-// connection's I/O time-out and the whole exchange by its limit (see LinuxPlatform.h).
+// connection's I/O time-out, the whole exchange by its limit, and a transfer that stays below the
+// low-speed floor for a whole window fails it (see LinuxPlatform.h).
 //
 // The connection goes where the request goes: when the destination host (after host-name
 // mapping) is not the peer the connection is open to, or the kept socket is gone, the connection
@@ -24,6 +25,7 @@
 #include "ResponseReader.h"
 #include "SecureConnectionImpl.h"
 #include "SecureTransport.h"
+#include "TransportControls.h"
 
 namespace {
 
@@ -300,8 +302,10 @@ int HttpClientState::fail(const std::string& reason) {
     if (m_phase == Phase::Failed) {
         return HttpClientIfc::FAILURE;
     }
+    const std::string limit = stream().limitReached();
+    const std::string fullReason = limit.empty() ? reason : reason + " (" + limit + ")";
     logAppQel("Platform", "./platform/linux/HttpClient", 4, __LINE__, "HTTP exchange with %s:%s failed: %s",
-              m_host.c_str(), m_port.c_str(), reason.c_str());
+              m_host.c_str(), m_port.c_str(), fullReason.c_str());
     m_phase = Phase::Failed;
     stream().close();
     stream().endExchange();

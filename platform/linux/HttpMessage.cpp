@@ -96,19 +96,32 @@ bool parseDecimal(const std::string& text, std::uint64_t limit, std::uint64_t& v
 
 }  // namespace
 
+bool isCleanHeadLine(const std::string& line) {
+    return line.find_first_of(std::string("\0\r", 2)) == std::string::npos;
+}
+
 bool parseStatusLine(const std::string& line, StatusLine& status) {
     // "HTTP/" digit "." digit SP 3digit [SP reason]
+    std::uint64_t code = 0;
     if (line.size() < 12 || line.compare(0, 5, "HTTP/") != 0 || !isDigit(line[5]) || line[6] != '.' ||
-        !isDigit(line[7]) || line[8] != ' ' || !isDigit(line[9]) || !isDigit(line[10]) || !isDigit(line[11])) {
-        return false;
-    }
-    if (line.size() > 12 && line[12] != ' ') {
+        !isDigit(line[7]) || line[8] != ' ' || !parseDecimal(line.substr(9, 3), 999, code) ||
+        (line.size() > 12 && line[12] != ' ')) {
         return false;
     }
     status.majorVersion = line[5] - '0';
     status.minorVersion = line[7] - '0';
-    status.code = (line[9] - '0') * 100 + (line[10] - '0') * 10 + (line[11] - '0');
-    return status.code >= 100;
+    status.code = static_cast<int>(code);
+    return code >= 100;
+}
+
+bool isFoldedLine(const std::string& line) {
+    return !line.empty() && isBlank(line[0]);
+}
+
+void unfoldInto(std::string& fieldLine, const std::string& foldedLine) {
+    fieldLine.erase(fieldLine.find_last_not_of(" \t") + 1);
+    fieldLine += ' ';
+    fieldLine += trimBlanks(foldedLine);
 }
 
 bool parseHeaderLine(const std::string& line, std::string& name, std::string& value) {
@@ -183,10 +196,14 @@ bool hasToken(const std::string& list, const std::string& token) {
     return found;
 }
 
-std::string lastToken(const std::string& list) {
-    std::string last;
-    forEachListElement(list, [&](const std::string& element) { last = element; });
-    return last;
+bool isSoleToken(const std::string& list, const std::string& token) {
+    std::size_t count = 0;
+    bool matches = false;
+    forEachListElement(list, [&](const std::string& element) {
+        ++count;
+        matches = detail::equalsIgnoreCase(element, token);
+    });
+    return count == 1 && matches;
 }
 
 std::string hostOfLocation(const std::string& location) {

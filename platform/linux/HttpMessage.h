@@ -16,8 +16,16 @@ struct StatusLine {
     int code = 0;
 };
 
+// True when a line of a head holds neither NUL nor a CR (its line end already taken off): either
+// would cut or hide what follows in whatever reads the value later.
+bool isCleanHeadLine(const std::string& line);
 // "HTTP/1.1 200 OK" (the reason may be empty or missing); the code must be 100..999.
 bool parseStatusLine(const std::string& line, StatusLine& status);
+// True for a line that continues the field line before it (obsolete line folding): it starts with
+// a blank or a tab.
+bool isFoldedLine(const std::string& line);
+// Appends a folded line to its field line, the fold and the blanks around it replaced by one blank.
+void unfoldInto(std::string& fieldLine, const std::string& foldedLine);
 // "Name: value" with a token as name; the value loses its surrounding blanks.
 bool parseHeaderLine(const std::string& line, std::string& name, std::string& value);
 // A Content-Length value. Repeated headers arrive joined as "5, 5"; they must all agree. Values
@@ -32,8 +40,8 @@ std::string headerValue(const HeaderMap& headers, const std::string& name);
 bool hasHeader(const HeaderMap& headers, const std::string& name);
 // True when the comma-separated `list` holds `token` (compared without case).
 bool hasToken(const std::string& list, const std::string& token);
-// The last entry of a comma-separated list ("gzip, chunked" -> "chunked").
-std::string lastToken(const std::string& list);
+// True when the comma-separated `list` holds `token` and nothing else (compared without case).
+bool isSoleToken(const std::string& list, const std::string& token);
 
 // The host named by a Location value: "http://host:8080/x" -> "host", "http://[::1]/" -> "::1";
 // empty for a relative reference.

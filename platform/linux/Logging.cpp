@@ -75,6 +75,10 @@ void setLogLevel(int level) {
     g_logLevel = level;
 }
 
+void resetLogLevel() {
+    g_logLevel = kLevelNotSet;
+}
+
 int logLevel() {
     int level = g_logLevel.load();
     if (level == kLevelNotSet) {

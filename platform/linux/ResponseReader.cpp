@@ -1,6 +1,7 @@
 #include "ResponseReader.h"
 
-#include "AsciiText.h"
+#include <algorithm>
+
 #include "LinuxPlatform.h"
 
 namespace linux_platform {
@@ -14,13 +15,15 @@ constexpr std::uint64_t kMaxBodyBytes = kMaxResponseBodyBytes;
 
 using ReceiveResult = SecureConnectionImpl::ReceiveResult;
 
+const char* const kNoValidHead = "no valid response head";
+
 }  // namespace
 
 bool ResponseReader::readHead(bool headRequest, bool keepAliveRequested, StatusLine& status, HeaderMap& headers) {
     std::size_t budget = kMaxHeaderBlockBytes;
     do {
         if (!readHeaderBlock(budget, status, headers)) {
-            return fail("no valid response head");
+            return false;
         }
     } while (status.code < 200 && status.code != 101);
     if (status.code == 101) {
@@ -30,24 +33,27 @@ bool ResponseReader::readHead(bool headRequest, bool keepAliveRequested, StatusL
     const bool beforeHttp11 = status.majorVersion < 1 || (status.majorVersion == 1 && status.minorVersion == 0);
     m_closeWhenDone = !keepAliveRequested || hasToken(connectionOptions, "close") ||
                       (beforeHttp11 && !hasToken(connectionOptions, "keep-alive"));
-    return chooseFraming(headRequest, status, headers) || fail("invalid or oversized Content-Length");
+    return chooseFraming(headRequest, status, headers);
 }
 
 // Works out how the body ends, by the HTTP/1.1 message length rules.
 bool ResponseReader::chooseFraming(bool headRequest, const StatusLine& status, const HeaderMap& headers) {
-    const std::string transferCoding = headerValue(headers, "Transfer-Encoding");
     const bool hasLength = hasHeader(headers, "Content-Length");
     if (headRequest || status.code == 204 || status.code == 304) {
         m_framing = Framing::None;
-    } else if (!transferCoding.empty()) {
-        m_framing =
-            detail::equalsIgnoreCase(lastToken(transferCoding), "chunked") ? Framing::Chunked : Framing::UntilClose;
+    } else if (hasHeader(headers, "Transfer-Encoding")) {
+        // Chunked is the only coding this client decodes; a body under any other would reach the
+        // caller still encoded (or, without chunks, end nowhere the caller could tell).
+        if (!isSoleToken(headerValue(headers, "Transfer-Encoding"), "chunked")) {
+            return fail("Transfer-Encoding the client cannot decode (only chunked)");
+        }
+        m_framing = Framing::Chunked;
         // A length beside a transfer coding is ignored, but a sender that writes both may be
         // smuggling a second message; the connection carries nothing after this one.
         m_closeWhenDone = m_closeWhenDone || hasLength;
     } else if (hasLength) {
         if (!parseContentLength(headerValue(headers, "Content-Length"), kMaxBodyBytes, m_framedBytesLeft)) {
-            return false;
+            return fail("invalid or oversized Content-Length");
         }
         m_framing = Framing::Length;
     } else {
@@ -89,17 +95,19 @@ ReceiveResult ResponseReader::receive() {
     return result;
 }
 
-// Reads one line ending in LF (a preceding CR is dropped). `budget` limits the bytes the line may
-// take and is reduced by what it took.
+// Reads one line ending in LF (a preceding CR is dropped); `line` is empty when there is none.
+// `budget` limits the bytes the line may take, its LF included, and is reduced by what it took.
 bool ResponseReader::readLine(std::size_t& budget, std::string& line) {
+    line.clear();
     std::size_t scanned = 0;
     for (;;) {
         const std::string_view unread = m_stream.unread();
         const std::size_t end = unread.find('\n', scanned);
+        // Without its LF yet, the line is at least as long as what has arrived.
+        if (std::min(end, unread.size()) >= budget) {
+            return false;
+        }
         if (end != std::string_view::npos) {
-            if (end >= budget) {
-                return false;
-            }
             budget -= end + 1;
             line.assign(unread.data(), end);
             m_stream.consume(end + 1);
@@ -108,9 +116,6 @@ bool ResponseReader::readLine(std::size_t& budget, std::string& line) {
             }
             return true;
         }
-        if (unread.size() >= budget) {
-            return false;
-        }
         scanned = unread.size();
         if (receive() != ReceiveResult::Data) {
             return false;
@@ -118,26 +123,51 @@ bool ResponseReader::readLine(std::size_t& budget, std::string& line) {
     }
 }
 
+bool ResponseReader::readHeadLine(std::size_t& budget, std::string& line) {
+    if (!readLine(budget, line)) {
+        return fail(kNoValidHead);
+    }
+    return isCleanHeadLine(line) || fail("NUL or bare CR in the response head");
+}
+
+// The status line and the field lines up to the empty line; a folded line joins the field line
+// before it.
 bool ResponseReader::readHeaderBlock(std::size_t& budget, StatusLine& status, HeaderMap& headers) {
     headers.clear();
     std::string line;
-    if (!readLine(budget, line) || !parseStatusLine(line, status)) {
+    if (!readHeadLine(budget, line)) {
         return false;
     }
+    if (!parseStatusLine(line, status)) {
+        return fail(kNoValidHead);
+    }
+    std::string fieldLine;  // empty before the first field line
     for (;;) {
-        if (!readLine(budget, line)) {
+        if (!readHeadLine(budget, line)) {
+            return false;
+        }
+        if (!fieldLine.empty() && isFoldedLine(line)) {
+            unfoldInto(fieldLine, line);
+            continue;
+        }
+        if (!fieldLine.empty() && !addField(fieldLine, headers)) {
             return false;
         }
         if (line.empty()) {
             return true;
         }
-        std::string name;
-        std::string value;
-        if (!parseHeaderLine(line, name, value)) {
-            return false;
-        }
-        headers.emplace(name, value);
+        fieldLine = line;
     }
+}
+
+bool ResponseReader::addField(const std::string& fieldLine, HeaderMap& headers) {
+    std::string name;
+    std::string value;
+    if (!parseHeaderLine(fieldLine, name, value)) {
+        return fail(kNoValidHead);
+    }
+    headers.emplace(name, value);
+    return true;
 }
 
 bool ResponseReader::readBodyPiece(std::string& out, std::size_t& budget) {
@@ -234,9 +264,6 @@ bool ResponseReader::readTrailers() {
 
 bool ResponseReader::fail(const std::string& reason) {
     m_failure = reason;
-    if (m_stream.exchangeLimitReached()) {
-        m_failure += " (the exchange reached its limit of " + std::to_string(m_stream.exchangeLimitMs()) + " ms)";
-    }
     return false;
 }
 

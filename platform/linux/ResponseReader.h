@@ -19,8 +19,9 @@ public:
     explicit ResponseReader(SecureConnectionImpl& stream) : m_stream(stream) {}
 
     // Reads the final answer's head, skipping interim 1xx answers, and works out the body's
-    // framing. False when no intact head arrived; a 101 is refused as well, because this client
-    // never asks to switch protocols and the stream no longer carries HTTP after one.
+    // framing. False when no intact head arrived or its framing cannot be read (a transfer coding
+    // other than chunked); a 101 is refused as well, because this client never asks to switch
+    // protocols and the stream no longer carries HTTP after one.
     bool readHead(bool headRequest, bool keepAliveRequested, StatusLine& status, HeaderMap& headers);
     // Appends at most `maxLength` body bytes to `out`.
     Outcome readBody(std::string& out, std::size_t maxLength);
@@ -40,7 +41,9 @@ private:
 
     SecureConnectionImpl::ReceiveResult receive();
     bool readLine(std::size_t& budget, std::string& line);
+    bool readHeadLine(std::size_t& budget, std::string& line);
     bool readHeaderBlock(std::size_t& budget, StatusLine& status, HeaderMap& headers);
+    bool addField(const std::string& fieldLine, HeaderMap& headers);
     bool chooseFraming(bool headRequest, const StatusLine& status, const HeaderMap& headers);
     bool readBodyPiece(std::string& out, std::size_t& budget);
     bool takeFramedBytes(std::string& out, std::size_t& budget);

@@ -8,7 +8,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <memory>
@@ -19,6 +18,7 @@
 #include "NameResolver.h"
 #include "SecureConnectionImpl.h"
 #include "SecureTransport.h"
+#include "TransportControls.h"
 
 namespace {
 
@@ -29,31 +29,20 @@ constexpr unsigned kDefaultTimeoutSeconds = 30;
 // Keeps every limit in milliseconds inside an int (poll's time-out type).
 constexpr unsigned kMaxTimeoutMs = 24u * 3600u * 1000u;
 
-std::atomic<std::uint64_t> g_connectionsOpened{0};
-std::atomic<std::uint64_t> g_requestsSent{0};
-std::atomic<unsigned> g_connectOverrideMs{0};
-std::atomic<unsigned> g_ioOverrideMs{0};
-std::atomic<unsigned> g_exchangeOverrideMs{0};
+// A limit the program replaced, else `fallbackMs`.
+unsigned overriddenMs(unsigned overrideMs, std::uint64_t fallbackMs) {
+    return static_cast<unsigned>(std::min<std::uint64_t>(overrideMs != 0 ? overrideMs : fallbackMs, kMaxTimeoutMs));
+}
 
 // A caller's time-out in milliseconds, unless the program replaced it.
 unsigned effectiveTimeoutMs(unsigned seconds, unsigned overrideMs) {
-    if (overrideMs != 0) {
-        return std::min(overrideMs, kMaxTimeoutMs);
-    }
-    if (seconds == 0) {
-        seconds = kDefaultTimeoutSeconds;
-    }
-    return std::min(seconds, kMaxTimeoutMs / 1000u) * 1000u;
+    return overriddenMs(overrideMs, std::uint64_t{seconds != 0 ? seconds : kDefaultTimeoutSeconds} * 1000u);
 }
 
 unsigned derivedExchangeLimitMs(unsigned connectMs, unsigned ioMs) {
-    const unsigned overrideMs = g_exchangeOverrideMs.load();
-    if (overrideMs != 0) {
-        return std::min(overrideMs, kMaxTimeoutMs);
-    }
     const std::uint64_t derived =
         connectMs + std::uint64_t{linux_platform::kExchangeLimitInIoTimeouts} * std::uint64_t{ioMs};
-    return static_cast<unsigned>(std::min<std::uint64_t>(derived, kMaxTimeoutMs));
+    return overriddenMs(linux_platform::detail::timeLimitOverrides().exchangeMs, derived);
 }
 
 std::string errorText(int error) {
@@ -144,31 +133,6 @@ int connectTo(const addrinfo& entry, Clock::time_point deadline, std::string& fa
 
 }  // namespace
 
-// ---- counters and limits ----
-
-namespace linux_platform {
-
-TransportStats transportStats() {
-    return TransportStats{g_connectionsOpened.load(), g_requestsSent.load()};
-}
-
-void resetTransportStats() {
-    g_connectionsOpened = 0;
-    g_requestsSent = 0;
-}
-
-void detail::countRequestSent() {
-    ++g_requestsSent;
-}
-
-void setTimeLimitOverrides(const TimeLimitOverrides& overrides) {
-    g_connectOverrideMs = overrides.connectMs;
-    g_ioOverrideMs = overrides.ioMs;
-    g_exchangeOverrideMs = overrides.exchangeMs;
-}
-
-}  // namespace linux_platform
-
 // ---- SecureTransportContext ----
 
 SecureTransportContext::SecureTransportContext(const SecurityCertificate&, const SecurityKey&,
@@ -182,8 +146,9 @@ SecureTransportContext::~SecureTransportContext() = default;
 // ---- SecureConnectionImpl ----
 
 SecureConnectionImpl::SecureConnectionImpl(unsigned connectTimeoutSeconds, unsigned ioTimeoutSeconds)
-    : m_connectTimeoutMs(effectiveTimeoutMs(connectTimeoutSeconds, g_connectOverrideMs.load())),
-      m_ioTimeoutMs(effectiveTimeoutMs(ioTimeoutSeconds, g_ioOverrideMs.load())),
+    : m_connectTimeoutMs(
+          effectiveTimeoutMs(connectTimeoutSeconds, linux_platform::detail::timeLimitOverrides().connectMs)),
+      m_ioTimeoutMs(effectiveTimeoutMs(ioTimeoutSeconds, linux_platform::detail::timeLimitOverrides().ioMs)),
       m_exchangeLimitMs(derivedExchangeLimitMs(m_connectTimeoutMs, m_ioTimeoutMs)),
       m_exchangeIoTimeoutMs(static_cast<int>(m_ioTimeoutMs)) {}
 
@@ -205,7 +170,7 @@ void SecureConnectionImpl::connect(const std::string& host, const std::string& p
     for (const addrinfo* entry = addresses.get(); entry != nullptr; entry = entry->ai_next) {
         m_fd = connectTo(*entry, deadline, failure);
         if (m_fd >= 0) {
-            ++g_connectionsOpened;
+            linux_platform::detail::countConnectionOpened();
             return;
         }
         failure = "cannot connect to " + host + ":" + port + " (" + numericEndpoint(*entry) + "): " + failure;
@@ -221,21 +186,58 @@ bool SecureConnectionImpl::leadsTo(const std::string& host, const std::string& p
 }
 
 void SecureConnectionImpl::startExchange(int ioTimeoutSeconds) {
+    const linux_platform::TimeLimitOverrides overrides = linux_platform::detail::timeLimitOverrides();
     const unsigned ioMs = ioTimeoutSeconds > 0
-                              ? effectiveTimeoutMs(static_cast<unsigned>(ioTimeoutSeconds), g_ioOverrideMs.load())
+                              ? effectiveTimeoutMs(static_cast<unsigned>(ioTimeoutSeconds), overrides.ioMs)
                               : m_ioTimeoutMs;
     m_exchangeIoTimeoutMs = static_cast<int>(ioMs);
     m_exchangeLimitMs = derivedExchangeLimitMs(m_connectTimeoutMs, ioMs);
     m_exchangeDeadline = Clock::now() + std::chrono::milliseconds(m_exchangeLimitMs);
+    m_lowSpeedWindowMs = overriddenMs(overrides.lowSpeedWindowMs, linux_platform::kLowSpeedWindowSeconds * 1000u);
+    m_lowSpeedBytesPerSecond = overrides.lowSpeedBytesPerSecond != 0 ? overrides.lowSpeedBytesPerSecond
+                                                                     : linux_platform::kLowSpeedBytesPerSecond;
+    // At least one byte, so that a window never counts as reached without any transfer.
+    m_windowFloorBytes = std::max<std::uint64_t>(
+        std::uint64_t{m_lowSpeedBytesPerSecond} * std::uint64_t{m_lowSpeedWindowMs} / 1000u, 1u);
+    startLowSpeedWindow();
 }
 
 void SecureConnectionImpl::endExchange() {
     m_exchangeDeadline = Clock::time_point::max();
     m_exchangeIoTimeoutMs = static_cast<int>(m_ioTimeoutMs);
+    m_windowFloorBytes = 0;
+    m_windowDeadline = Clock::time_point::max();
+}
+
+std::string SecureConnectionImpl::limitReached() const {
+    const auto now = Clock::now();
+    if (now >= m_exchangeDeadline) {
+        return "the exchange reached its limit of " + std::to_string(m_exchangeLimitMs) + " ms";
+    }
+    if (now >= m_windowDeadline) {
+        return "the transfer stayed below " + std::to_string(m_lowSpeedBytesPerSecond) + " bytes/s for " +
+               std::to_string(m_lowSpeedWindowMs) + " ms";
+    }
+    return std::string();
+}
+
+void SecureConnectionImpl::startLowSpeedWindow() {
+    m_windowBytes = 0;
+    m_windowDeadline = Clock::now() + std::chrono::milliseconds(m_lowSpeedWindowMs);
+}
+
+// Bytes moved in either direction; a window that has seen its bytes gives way to the next. Outside
+// an exchange no window runs.
+void SecureConnectionImpl::countTransferred(std::size_t bytes) {
+    m_windowBytes += bytes;
+    if (m_windowFloorBytes != 0 && m_windowBytes >= m_windowFloorBytes) {
+        startLowSpeedWindow();
+    }
 }
 
 int SecureConnectionImpl::waitLimitMs() const {
-    return std::min(m_exchangeIoTimeoutMs, millisecondsUntil(m_exchangeDeadline));
+    return std::min(
+        {m_exchangeIoTimeoutMs, millisecondsUntil(m_exchangeDeadline), millisecondsUntil(m_windowDeadline)});
 }
 
 bool SecureConnectionImpl::isUsable() const {
@@ -268,6 +270,7 @@ bool SecureConnectionImpl::sendAll(const char* data, std::size_t length) {
     while (length > 0 && m_fd >= 0) {
         const ssize_t sent = ::send(m_fd, data, length, MSG_NOSIGNAL);
         if (sent > 0) {
+            countTransferred(static_cast<std::size_t>(sent));
             data += sent;
             length -= static_cast<std::size_t>(sent);
         } else if (sent < 0 && errno == EINTR) {
@@ -292,6 +295,7 @@ SecureConnectionImpl::ReceiveResult SecureConnectionImpl::receiveMore() {
         const ssize_t received = ::recv(m_fd, buffer, sizeof buffer, 0);
         if (received > 0) {
             m_inbox.append(buffer, static_cast<std::size_t>(received));
+            countTransferred(static_cast<std::size_t>(received));
             m_receivedOnSocket = true;
             return ReceiveResult::Data;
         }

@@ -4,15 +4,9 @@
 // connection and of the exchange running over it.
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
-
-namespace linux_platform {
-namespace detail {
-// Counts one HTTP request written (reported by linux_platform::transportStats()).
-void countRequestSent();
-}  // namespace detail
-}  // namespace linux_platform
 
 class SecureConnectionImpl {
 public:
@@ -36,12 +30,13 @@ public:
     const std::string& port() const { return m_port; }
 
     // Starts the clock of one exchange: every later wait ends at the I/O time-out
-    // (`ioTimeoutSeconds`, or the connection's own when 0) or at the exchange's limit, whichever
-    // comes first. endExchange() stops it.
+    // (`ioTimeoutSeconds`, or the connection's own when 0), at the exchange's limit or at the end of
+    // a low-speed window that has not seen its bytes, whichever comes first. endExchange() stops it.
     void startExchange(int ioTimeoutSeconds);
     void endExchange();
-    bool exchangeLimitReached() const { return Clock::now() >= m_exchangeDeadline; }
-    unsigned exchangeLimitMs() const { return m_exchangeLimitMs; }
+    // What ended the exchange, for its failure line: "the exchange reached its limit of N ms", "the
+    // transfer stayed below N bytes/s for M ms", or empty when neither limit was reached.
+    std::string limitReached() const;
 
     // An HTTP client reading an answer claims the connection: it stays usable although answer
     // bytes are still on their way. A client that stops early closes it instead of releasing it.
@@ -68,6 +63,8 @@ public:
 
 private:
     int waitLimitMs() const;
+    void countTransferred(std::size_t bytes);
+    void startLowSpeedWindow();
     void closeSocket();
     bool idleStreamIsClean() const;
 
@@ -80,6 +77,11 @@ private:
     unsigned m_exchangeLimitMs;
     int m_exchangeIoTimeoutMs;
     Clock::time_point m_exchangeDeadline = Clock::time_point::max();
+    unsigned m_lowSpeedWindowMs = 0;
+    unsigned m_lowSpeedBytesPerSecond = 0;
+    std::uint64_t m_windowFloorBytes = 0;  // bytes the current window must see; 0 outside an exchange
+    std::uint64_t m_windowBytes = 0;
+    Clock::time_point m_windowDeadline = Clock::time_point::max();
     int m_fd = -1;
     bool m_peerClosed = false;
     bool m_receivedOnSocket = false;

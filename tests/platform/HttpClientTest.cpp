@@ -12,6 +12,7 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <memory>
 #include <regex>
 #include <thread>
 
@@ -36,10 +37,11 @@ using Outcome = std::map<std::string, std::string>;  // named as the fields of t
 
 class HttpClientTest : public ::testing::Test {
 protected:
-    // Short limits (connect, I/O, whole exchange), so that silent routers cost a fraction of a second.
+    // Short limits (connect, I/O, whole exchange, low-speed window and floor), so that silent and
+    // trickling routers cost a fraction of a second.
     void SetUp() override {
         linux_platform::resetTransportStats();
-        linux_platform::setTimeLimitOverrides({500, 300, 1000});
+        linux_platform::setTimeLimitOverrides({500, 300, 1000, 500, 40});
         router.mapAs("fritz.box", "80");
     }
     void TearDown() override {
@@ -222,17 +224,30 @@ TEST(HostMapping, TextIsParsedAndNamesCompareWithoutCase) {
     }
 }
 
-// A router that drops a kept connection while it is idle costs one new connection: noticed before
-// sending, or, for a GET, after a request the router never answered. A POST is never sent twice.
+// A router that drops a connection while it is idle costs one new connection: noticed before
+// sending, or, for a GET, after a request the router never answered. A router that hangs up after
+// part of the answer, or while a request is still being sent, fails the exchange; a POST is never
+// sent twice.
 TEST_F(HttpClientTest, KeptConnectionThatTheRouterClosedIsReplacedOnce) {
+    // The router's FIN crosses loopback at once; the bound only keeps a broken build from hanging.
+    const auto turnsUnusable = [](const SecureConnection& connection) {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+        while (connection.isUsable() && std::chrono::steady_clock::now() < deadline) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+        return !connection.isUsable();
+    };
+    auto gone = std::make_unique<ScriptedRouter>();
+    gone->mapAs("gone.box", "80");
+    SecureConnection fresh(context, "gone.box", "80", 5, 5, true);
+    gone.reset();
+    EXPECT_TRUE(turnsUnusable(fresh)) << "a connection that never carried an exchange";
+
+    testsupport::LogCapture log(4);
     SecureConnection connection(context, "fritz.box", "80", 5, 5, true);
     router.queueReply({200, {}, {}, true, std::string("HTTP/1.1 200 OK\r\nContent-Length: 2\r\n\r\nok")});
     EXPECT_EQ(exchange(connection)["body"], "ok");
-    // The router's FIN crosses loopback at once; the bound only keeps a broken build from hanging.
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
-    while (connection.isUsable() && std::chrono::steady_clock::now() < deadline) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
+    EXPECT_TRUE(turnsUnusable(connection));
     EXPECT_EQ(exchange(connection)["body"], "GET");
     EXPECT_EQ(router.connectionCount(), 2u);
 
@@ -245,6 +260,17 @@ TEST_F(HttpClientTest, KeptConnectionThatTheRouterClosedIsReplacedOnce) {
     router.queueReply(hangUp);
     EXPECT_EQ(exchange(connection, {HttpClient::POST})["result"], "failure");
     EXPECT_EQ(router.requestCount(), 5u);
+
+    EXPECT_EQ(exchange(connection)["body"], "GET");
+    router.queueReply({200, {}, {}, true, std::string("HTTP/1.1 200 OK\r\n")});
+    EXPECT_EQ(exchange(connection)["result"], "failure") << "the answer had begun: not sent again";
+    EXPECT_EQ(router.requestCount(), 7u);
+
+    // Larger than the router takes: it hangs up after the head, with megabytes still to send.
+    Request tooLarge{HttpClient::POST};
+    tooLarge.body.assign(16u << 20, 'x');
+    EXPECT_EQ(exchange(connection, tooLarge)["result"], "failure");
+    EXPECT_TRUE(log.contains("HTTP exchange with fritz.box:80 failed: cannot send the request"));
 }
 
 // A redirect to another host reaches that host, and the next request to the router goes back to

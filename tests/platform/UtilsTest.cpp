@@ -103,6 +103,7 @@ TEST(Storage, DeletesTreesAndLinksButNeverWhatTheyPointTo) {
         EXPECT_FALSE(Storage::fileExists_stat(path)) << path;
     }
     EXPECT_EQ(Storage::fileSize(outside + "/keep.txt"), 8);
+    EXPECT_EQ(Storage::fileSize(outside), -1) << "a directory";
     EXPECT_EQ(Storage::fileSize(root + "/missing"), -1);
 }
 
@@ -120,6 +121,19 @@ TEST(Md5, MatchesKnownDigests) {
     for (const auto& [data, digest] : rows) {
         EXPECT_EQ(Cryptographer().md5(data), digest) << data;
     }
+}
+
+// Until a program sets one, the level comes from FRITZBOX_LOG_LEVEL: a whole decimal int, else 2.
+TEST(Logging, LevelComesFromTheEnvironmentUntilSet) {
+    const std::pair<const char*, int> rows[] = {
+        {nullptr, 2}, {"", 2}, {"6", 6}, {"-1", -1}, {"6x", 2}, {"2147483647", 2147483647}, {"2147483648", 2}};
+    for (const auto& [text, level] : rows) {
+        text != nullptr ? ::setenv("FRITZBOX_LOG_LEVEL", text, 1) : ::unsetenv("FRITZBOX_LOG_LEVEL");
+        linux_platform::resetLogLevel();
+        EXPECT_EQ(linux_platform::logLevel(), level) << (text != nullptr ? text : "unset");
+    }
+    ::unsetenv("FRITZBOX_LOG_LEVEL");
+    linux_platform::resetLogLevel();
 }
 
 // Without a sink a line goes to stderr in the phone's format, a message far longer than any fixed

@@ -18,6 +18,8 @@
 namespace testsupport {
 namespace {
 
+constexpr std::size_t kMaxRequestBodyBytes = 1u << 20;
+
 // Appends what arrives next; false at the end of the stream (also after the router's shutdown).
 bool receiveSome(int fd, std::string& buffer) {
     char chunk[16 * 1024];
@@ -50,7 +52,11 @@ bool readRequest(int fd, std::string& buffer, ReceivedRequest& request) {
             request.headers.emplace_back(buffer.substr(start, colon - start), value);
         }
     }
-    const std::size_t bodyEnd = headEnd + 4 + std::strtoul(request.header("Content-Length").c_str(), nullptr, 10);
+    const std::size_t bodyLength = std::strtoul(request.header("Content-Length").c_str(), nullptr, 10);
+    if (bodyLength > kMaxRequestBodyBytes) {
+        return false;  // refused unread, as a router's small web server does
+    }
+    const std::size_t bodyEnd = headEnd + 4 + bodyLength;
     while (buffer.size() < bodyEnd) {
         if (!receiveSome(fd, buffer)) {
             return false;

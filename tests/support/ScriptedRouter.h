@@ -1,8 +1,9 @@
 #pragma once
 // A scriptable HTTP/1.1 server standing in for the router in tests. It listens on 127.0.0.1 on an
 // ephemeral port, serves each connection on its own thread with keep-alive, and answers every
-// request with the next queued reply, else with the handler's. Plain POSIX sockets, so it builds
-// and runs wherever the platform library does (also on 32-bit ARM under qemu).
+// request with the next queued reply, else with the handler's. A request body over 1 MiB is not
+// read: the connection ends after its head. Plain POSIX sockets, so it builds and runs wherever the
+// platform library does (also on 32-bit ARM under qemu).
 #include <atomic>
 #include <deque>
 #include <functional>

@@ -34,18 +34,28 @@ constexpr std::size_t kMaxResponseBodyBytes = 16u * 1024u * 1024u;
 // ---- time limits ----
 
 // One HTTP exchange (a connect it needs, the request, the whole answer) ends at the latest this
-// many I/O time-outs after it began, plus one connect time-out. With the module's 5 s and 5 s that
-// is 125 s: a 16 MiB export still arrives at 135 kB/s, far below any home network, while a router
-// that trickles bytes to keep each single wait short cannot hold a sync longer.
+// many I/O time-outs after it began, plus one connect time-out: 125 s with the module's 5 s and 5 s,
+// in which a 16 MiB export still arrives at 135 kB/s.
 constexpr unsigned kExchangeLimitInIoTimeouts = 24;
 
+// The low-speed limit: an exchange fails when fewer than kLowSpeedBytesPerSecond times the window
+// bytes (sent and received together) move within kLowSpeedWindowSeconds. The first window begins
+// with the exchange, each further one when the one before reached its bytes. A router trickling a
+// byte a second thus fails an exchange after 20 s, while anything that moves 20 kB in 20 s is
+// never stopped by it.
+constexpr unsigned kLowSpeedBytesPerSecond = 1000;
+constexpr unsigned kLowSpeedWindowSeconds = 20;
+
 // Replacements for the limits a SecureConnection is given; a zero field keeps the caller's value
-// (connect, io) or the derived limit (exchange). Name resolution counts against the connect
-// time-out. Programs and tests use this to shorten waits; the module always passes 5 s and 5 s.
+// (connect, io), the derived limit (exchange) or the constant above (low-speed window and rate).
+// Name resolution counts against the connect time-out. Programs and tests use this to shorten
+// waits; the module always passes 5 s and 5 s.
 struct TimeLimitOverrides {
     unsigned connectMs = 0;
     unsigned ioMs = 0;
     unsigned exchangeMs = 0;
+    unsigned lowSpeedWindowMs = 0;
+    unsigned lowSpeedBytesPerSecond = 0;
 };
 void setTimeLimitOverrides(const TimeLimitOverrides& overrides);
 
@@ -72,6 +82,8 @@ bool parsePhoneModel(const std::string& text, PhoneModel& model);
 // environment variable FRITZBOX_LOG_LEVEL (default 2).
 void setLogLevel(int level);
 int logLevel();
+// Forgets the level set, so that the environment variable is read again.
+void resetLogLevel();
 
 struct LogRecord {
     std::string module;

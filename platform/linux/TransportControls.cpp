@@ -1,0 +1,48 @@
+#include "TransportControls.h"
+
+#include <atomic>
+
+namespace linux_platform {
+namespace {
+
+std::atomic<std::uint64_t> g_connectionsOpened{0};
+std::atomic<std::uint64_t> g_requestsSent{0};
+std::atomic<unsigned> g_connectOverrideMs{0};
+std::atomic<unsigned> g_ioOverrideMs{0};
+std::atomic<unsigned> g_exchangeOverrideMs{0};
+std::atomic<unsigned> g_lowSpeedWindowOverrideMs{0};
+std::atomic<unsigned> g_lowSpeedBytesPerSecondOverride{0};
+
+}  // namespace
+
+TransportStats transportStats() {
+    return TransportStats{g_connectionsOpened.load(), g_requestsSent.load()};
+}
+
+void resetTransportStats() {
+    g_connectionsOpened = 0;
+    g_requestsSent = 0;
+}
+
+void setTimeLimitOverrides(const TimeLimitOverrides& overrides) {
+    g_connectOverrideMs = overrides.connectMs;
+    g_ioOverrideMs = overrides.ioMs;
+    g_exchangeOverrideMs = overrides.exchangeMs;
+    g_lowSpeedWindowOverrideMs = overrides.lowSpeedWindowMs;
+    g_lowSpeedBytesPerSecondOverride = overrides.lowSpeedBytesPerSecond;
+}
+
+void detail::countConnectionOpened() {
+    ++g_connectionsOpened;
+}
+
+void detail::countRequestSent() {
+    ++g_requestsSent;
+}
+
+TimeLimitOverrides detail::timeLimitOverrides() {
+    return TimeLimitOverrides{g_connectOverrideMs.load(), g_ioOverrideMs.load(), g_exchangeOverrideMs.load(),
+                              g_lowSpeedWindowOverrideMs.load(), g_lowSpeedBytesPerSecondOverride.load()};
+}
+
+}  // namespace linux_platform

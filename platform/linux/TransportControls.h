@@ -1,0 +1,14 @@
+#pragma once
+// The process-wide side of the transport behind LinuxPlatform.h: the counters the connections and
+// the HTTP client bump, and the time-limit overrides a program or test set.
+#include "LinuxPlatform.h"
+
+namespace linux_platform {
+namespace detail {
+
+void countConnectionOpened();
+void countRequestSent();
+TimeLimitOverrides timeLimitOverrides();
+
+}  // namespace detail
+}  // namespace linux_platform
