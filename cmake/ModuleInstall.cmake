@@ -8,6 +8,7 @@
 #                                    stand-in for the firmware, which brings its own
 #   lib/cmake/FritzBoxXsi/           find_package(FritzBoxXsi) -> imported target FritzBoxXsi::module
 #   lib/pkgconfig/fritzbox-xsi-module.pc
+#   share/doc/fritzbox-xsi-module/LICENSE   the MIT licence, which every copy must carry
 # Every path in the package files is relative to where they are installed, so the prefix can be
 # moved (a staging directory, a root file system image) after installation.
 include(CMakePackageConfigHelpers)
@@ -20,6 +21,9 @@ install(FILES include/FritzBox.h include/BroadsoftServiceHelper.h include/FritzB
         DESTINATION ${FRITZBOX_INSTALL_INCLUDEDIR} COMPONENT module)
 install(DIRECTORY platform/ DESTINATION ${FRITZBOX_INSTALL_INCLUDEDIR}/platform COMPONENT module
         FILES_MATCHING PATTERN "*.h" PATTERN linux EXCLUDE)
+
+install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/fritzbox-xsi-module
+        COMPONENT module)
 
 install(EXPORT FritzBoxXsiTargets NAMESPACE FritzBoxXsi:: DESTINATION ${FRITZBOX_INSTALL_CMAKEDIR}
         COMPONENT module)
