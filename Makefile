@@ -66,16 +66,20 @@ test:
 	$(MAKE) test-asan
 	$(MAKE) fuzz FUZZ_SECONDS=10 FUZZ_RUNS=20000 FUZZ_WORK_DIR=$(FUZZ_BUILD_DIR)/smoke-corpus FUZZ_OPTIONAL=1
 
-# The module's library as a phone firmware build takes it: release flags, stripped copy in
-# $(ARM_MODULE_BUILD_DIR)/stripped/. Needs only the cross compiler, so no deps step.
+# The module's library as a phone firmware build takes it: size-optimised (MinSizeRel), hardened,
+# stripped copy in $(ARM_MODULE_BUILD_DIR)/stripped/, at most 48 KiB stripped. Needs only the cross
+# compiler, so no deps step.
+ARM_MODULE_MAX_BYTES := 49152
 arm-module:
 	cmake -S . -B $(ARM_MODULE_BUILD_DIR) -G Ninja $(ARM_TOOLCHAIN) -DFRITZBOX_MODULE_ONLY=ON -DFRITZBOX_WERROR=ON \
-	  -DCMAKE_BUILD_TYPE=Release
+	  -DCMAKE_BUILD_TYPE=MinSizeRel
 	cmake --build $(ARM_MODULE_BUILD_DIR) -j $(JOBS)
 	mkdir -p $(ARM_MODULE_BUILD_DIR)/stripped
 	arm-linux-gnueabihf-strip -o $(ARM_MODULE_BUILD_DIR)/stripped/libfritzbox-xsi-module.so \
 	  $(ARM_MODULE_BUILD_DIR)/lib/libfritzbox-xsi-module.so
-	scripts/check-module-library.sh $(ARM_MODULE_BUILD_DIR)/lib/libfritzbox-xsi-module.so arm-linux-gnueabihf-nm
+	scripts/check-module-library.sh $(ARM_MODULE_BUILD_DIR)/lib/libfritzbox-xsi-module.so arm-linux-gnueabihf-nm \
+	  arm-linux-gnueabihf-strip $(ARM_MODULE_MAX_BYTES)
+	scripts/check-hardening.sh arm-linux-gnueabihf-readelf $(ARM_MODULE_BUILD_DIR)/lib/libfritzbox-xsi-module.so
 
 # The module's packages (.tar.gz and .deb, stripped, component "module" only): for the phone from the
 # arm-module build, for this machine from a module-only Release build; each in <build>/packages/.
