@@ -6,6 +6,9 @@ ASAN_BUILD_DIR ?= build-asan
 FUZZ_BUILD_DIR ?= build-fuzz
 BENCH_BUILD_DIR?= build-bench
 PACKAGE_BUILD_DIR ?= build-package
+ARM_PACKAGE_BUILD_DIR ?= build-package-arm
+# The packages' builds: the size-optimised module alone, installed under /usr.
+PACKAGE_CONFIG := -DFRITZBOX_MODULE_ONLY=ON -DFRITZBOX_WERROR=ON -DCMAKE_BUILD_TYPE=MinSizeRel -DCMAKE_INSTALL_PREFIX=/usr
 JOBS           ?= $(shell nproc)
 CTEST_FLAGS    ?= --output-on-failure -j $(JOBS)
 ARM_TOOLCHAIN  := --toolchain cmake/arm-linux-gnueabihf.cmake
@@ -81,14 +84,18 @@ arm-module:
 	  arm-linux-gnueabihf-strip $(ARM_MODULE_MAX_BYTES)
 	scripts/check-hardening.sh arm-linux-gnueabihf-readelf $(ARM_MODULE_BUILD_DIR)/lib/libfritzbox-xsi-module.so
 
-# The module's packages (.tar.gz and .deb, stripped, component "module" only): for the phone from the
-# arm-module build, for this machine from a module-only Release build; each in <build>/packages/.
-package: arm-module
-	cpack --config $(ARM_MODULE_BUILD_DIR)/CPackConfig.cmake -B $(CURDIR)/$(ARM_MODULE_BUILD_DIR)/packages
-	cmake -S . -B $(PACKAGE_BUILD_DIR) -G Ninja -DFRITZBOX_MODULE_ONLY=ON -DFRITZBOX_WERROR=ON -DCMAKE_BUILD_TYPE=Release
-	cmake --build $(PACKAGE_BUILD_DIR) -j $(JOBS)
-	cpack --config $(PACKAGE_BUILD_DIR)/CPackConfig.cmake -B $(CURDIR)/$(PACKAGE_BUILD_DIR)/packages
-	@ls -1 $(ARM_MODULE_BUILD_DIR)/packages/fritzbox-xsi-module* $(PACKAGE_BUILD_DIR)/packages/fritzbox-xsi-module*
+# The module's packages, .tar.gz and .deb (cmake/ModulePackage.cmake), for the phone (armhf) and for
+# this machine, each from a size-optimised build configured for packages; each in <build>/packages/.
+# lintian, when installed, checks every .deb and fails the target on an error or a warning.
+package:
+	cmake -S . -B $(ARM_PACKAGE_BUILD_DIR) -G Ninja $(ARM_TOOLCHAIN) $(PACKAGE_CONFIG) \
+	  -DCMAKE_INSTALL_LIBDIR=lib/arm-linux-gnueabihf
+	cmake -S . -B $(PACKAGE_BUILD_DIR) -G Ninja $(PACKAGE_CONFIG)
+	for dir in $(ARM_PACKAGE_BUILD_DIR) $(PACKAGE_BUILD_DIR); do \
+	  cmake --build $$dir -j $(JOBS) && cmake --build $$dir --target debs && \
+	  cpack --config $$dir/CPackConfig.cmake -B $(CURDIR)/$$dir/packages || exit; done
+	@ls -1 $(ARM_PACKAGE_BUILD_DIR)/packages/*.deb $(ARM_PACKAGE_BUILD_DIR)/packages/*.tar.gz \
+	  $(PACKAGE_BUILD_DIR)/packages/*.deb $(PACKAGE_BUILD_DIR)/packages/*.tar.gz
 
 # The benchmarks, peak memory and library sizes of docs/performance.md, in a Release build; about
 # two minutes once built. BENCH_REPETITIONS=N repeats each benchmark N times (default 5); with
@@ -104,4 +111,5 @@ format:
 	clang-format -i $$(git ls-files '*.cpp' '*.h')
 
 clean:
-	rm -rf $(BUILD_DIR) $(ARM_BUILD_DIR) $(ARM_MODULE_BUILD_DIR) $(ASAN_BUILD_DIR) $(FUZZ_BUILD_DIR) $(BENCH_BUILD_DIR) $(PACKAGE_BUILD_DIR)
+	rm -rf $(BUILD_DIR) $(ARM_BUILD_DIR) $(ARM_MODULE_BUILD_DIR) $(ASAN_BUILD_DIR) $(FUZZ_BUILD_DIR) $(BENCH_BUILD_DIR) $(PACKAGE_BUILD_DIR) \
+	  $(ARM_PACKAGE_BUILD_DIR)
