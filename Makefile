@@ -46,7 +46,7 @@ fuzz: deps
 	  echo "fuzz: clang++ not found"; [ "$(FUZZ_OPTIONAL)" = 1 ]; exit; fi; \
 	$(call preset,fuzz) && bash fuzz/run-fuzzers.sh build-fuzz $(FUZZ_WORK_DIR) $(FUZZ_SECONDS) $(FUZZ_RUNS)
 
-# One after the other, never in parallel: all runs use the fixed picture directory. The fuzz
+# One suite after the other (each already runs its tests in parallel on the machine's cores). The fuzz
 # smoke run takes about half a minute.
 test:
 	$(MAKE) test-native
