@@ -1,15 +1,9 @@
 # The two entry points of the project: `make demo` and `make test`.
-BUILD_DIR      ?= build
-ARM_BUILD_DIR  ?= build-arm
-ARM_MODULE_BUILD_DIR ?= build-arm-module
-ASAN_BUILD_DIR ?= build-asan
-FUZZ_BUILD_DIR ?= build-fuzz
-BENCH_BUILD_DIR?= build-bench
-PACKAGE_BUILD_DIR ?= build-package
-COVERAGE_BUILD_DIR ?= build-coverage
+# Every build is a preset of CMakePresets.json (cmake --list-presets all), in build-<preset>/ (the
+# native one in build/).
 JOBS           ?= $(shell nproc)
-CTEST_FLAGS    ?= --output-on-failure -j $(JOBS)
-ARM_TOOLCHAIN  := --toolchain cmake/arm-linux-gnueabihf.cmake
+CTEST_FLAGS    ?= -j $(JOBS)
+preset = cmake --preset $(1) && cmake --build --preset $(1) -j $(JOBS)
 
 .PHONY: deps build demo test test-native test-arm test-asan arm-module package fuzz bench mutation coverage format clean
 
@@ -17,14 +11,13 @@ deps:
 	@bash scripts/install-deps.sh
 
 build: deps
-	cmake -S . -B $(BUILD_DIR) -G Ninja
-	cmake --build $(BUILD_DIR) -j $(JOBS)
+	$(call preset,native)
 
 demo: build
-	./$(BUILD_DIR)/bin/fritzbox-xsi demo
+	./build/bin/fritzbox-xsi demo
 
 test-native: build
-	ctest --test-dir $(BUILD_DIR) $(CTEST_FLAGS)
+	ctest --preset native $(CTEST_FLAGS)
 
 # The 32-bit ARM build runs the whole suite under qemu-arm; warnings are errors so that every
 # printf format and integer width is checked with 32-bit long and size_t. It builds the host but
@@ -32,18 +25,15 @@ test-native: build
 # one): the host and consumer tests run their ARM programs against the native build's simulator,
 # which this target builds first.
 test-arm: deps
-	cmake -S . -B $(BUILD_DIR) -G Ninja
-	cmake --build $(BUILD_DIR) -j $(JOBS) --target fritzbox-router-sim
-	cmake -S . -B $(ARM_BUILD_DIR) -G Ninja $(ARM_TOOLCHAIN) -DFRITZBOX_WERROR=ON \
-	  -DFRITZBOX_NATIVE_ROUTER_SIM=$(CURDIR)/$(BUILD_DIR)/bin/fritzbox-router-sim
-	cmake --build $(ARM_BUILD_DIR) -j $(JOBS)
-	ctest --test-dir $(ARM_BUILD_DIR) $(CTEST_FLAGS)
+	cmake --preset native
+	cmake --build --preset native -j $(JOBS) --target fritzbox-router-sim
+	$(call preset,arm)
+	ctest --preset arm $(CTEST_FLAGS)
 
 # The whole suite with AddressSanitizer and UndefinedBehaviorSanitizer; any report fails its test.
 test-asan: deps
-	cmake -S . -B $(ASAN_BUILD_DIR) -G Ninja -DFRITZBOX_SANITIZE=ON
-	cmake --build $(ASAN_BUILD_DIR) -j $(JOBS)
-	ctest --test-dir $(ASAN_BUILD_DIR) $(CTEST_FLAGS)
+	$(call preset,asan)
+	ctest --preset asan $(CTEST_FLAGS)
 
 # The libFuzzer targets (clang), one after the other, each for FUZZ_SECONDS (and at most FUZZ_RUNS
 # inputs when set) on its corpus in FUZZ_WORK_DIR, seeded from fuzz/corpus/. With FUZZ_OPTIONAL=1 a
@@ -54,62 +44,57 @@ FUZZ_WORK_DIR ?= fuzz-corpus-work
 fuzz: deps
 	@if ! command -v clang++ >/dev/null; then \
 	  echo "fuzz: clang++ not found"; [ "$(FUZZ_OPTIONAL)" = 1 ]; exit; fi; \
-	CC=clang CXX=clang++ cmake -S . -B $(FUZZ_BUILD_DIR) -G Ninja -DFRITZBOX_BUILD_FUZZ=ON -DFRITZBOX_SANITIZE=ON \
-	  -DFRITZBOX_BUILD_TESTS=OFF -DFRITZBOX_BUILD_TOOLS=OFF && \
-	cmake --build $(FUZZ_BUILD_DIR) -j $(JOBS) --target fuzzers && \
-	bash fuzz/run-fuzzers.sh $(FUZZ_BUILD_DIR) $(FUZZ_WORK_DIR) $(FUZZ_SECONDS) $(FUZZ_RUNS)
+	$(call preset,fuzz) && bash fuzz/run-fuzzers.sh build-fuzz $(FUZZ_WORK_DIR) $(FUZZ_SECONDS) $(FUZZ_RUNS)
 
-# One after the other, never in parallel: all runs use the fixed picture directory. The fuzz
+# One suite after the other (each already runs its tests in parallel on the machine's cores). The fuzz
 # smoke run takes about half a minute.
 test:
 	$(MAKE) test-native
 	$(MAKE) test-arm
 	$(MAKE) test-asan
-	$(MAKE) fuzz FUZZ_SECONDS=10 FUZZ_RUNS=20000 FUZZ_WORK_DIR=$(FUZZ_BUILD_DIR)/smoke-corpus FUZZ_OPTIONAL=1
+	$(MAKE) fuzz FUZZ_SECONDS=10 FUZZ_RUNS=20000 FUZZ_WORK_DIR=build-fuzz/smoke-corpus FUZZ_OPTIONAL=1
 
-# The module's library as a phone firmware build takes it: release flags, stripped copy in
-# $(ARM_MODULE_BUILD_DIR)/stripped/. Needs only the cross compiler, so no deps step.
+# The module's library as a phone firmware build takes it: size-optimised (MinSizeRel), hardened,
+# stripped copy in build-arm-module/stripped/, at most 48 KiB stripped. Needs only the cross
+# compiler, so no deps step.
+ARM_MODULE_MAX_BYTES := 49152
 arm-module:
-	cmake -S . -B $(ARM_MODULE_BUILD_DIR) -G Ninja $(ARM_TOOLCHAIN) -DFRITZBOX_MODULE_ONLY=ON -DFRITZBOX_WERROR=ON \
-	  -DCMAKE_BUILD_TYPE=Release
-	cmake --build $(ARM_MODULE_BUILD_DIR) -j $(JOBS)
-	mkdir -p $(ARM_MODULE_BUILD_DIR)/stripped
-	arm-linux-gnueabihf-strip -o $(ARM_MODULE_BUILD_DIR)/stripped/libfritzbox-xsi-module.so \
-	  $(ARM_MODULE_BUILD_DIR)/lib/libfritzbox-xsi-module.so
-	scripts/check-module-library.sh $(ARM_MODULE_BUILD_DIR)/lib/libfritzbox-xsi-module.so arm-linux-gnueabihf-nm
+	$(call preset,arm-module)
+	mkdir -p build-arm-module/stripped
+	arm-linux-gnueabihf-strip -o build-arm-module/stripped/libfritzbox-xsi-module.so \
+	  build-arm-module/lib/libfritzbox-xsi-module.so
+	scripts/check-module-library.sh build-arm-module/lib/libfritzbox-xsi-module.so arm-linux-gnueabihf-nm \
+	  arm-linux-gnueabihf-strip $(ARM_MODULE_MAX_BYTES)
+	scripts/check-hardening.sh arm-linux-gnueabihf-readelf build-arm-module/lib/libfritzbox-xsi-module.so
 
-# The module's packages (.tar.gz and .deb, stripped, component "module" only): for the phone from the
-# arm-module build, for this machine from a module-only Release build; each in <build>/packages/.
-package: arm-module
-	cpack --config $(ARM_MODULE_BUILD_DIR)/CPackConfig.cmake -B $(CURDIR)/$(ARM_MODULE_BUILD_DIR)/packages
-	cmake -S . -B $(PACKAGE_BUILD_DIR) -G Ninja -DFRITZBOX_MODULE_ONLY=ON -DFRITZBOX_WERROR=ON -DCMAKE_BUILD_TYPE=Release
-	cmake --build $(PACKAGE_BUILD_DIR) -j $(JOBS)
-	cpack --config $(PACKAGE_BUILD_DIR)/CPackConfig.cmake -B $(CURDIR)/$(PACKAGE_BUILD_DIR)/packages
-	@ls -1 $(ARM_MODULE_BUILD_DIR)/packages/fritzbox-xsi-module* $(PACKAGE_BUILD_DIR)/packages/fritzbox-xsi-module*
+# The module's packages, .tar.gz and .deb (cmake/ModulePackage.cmake), for the phone (armhf) and for
+# this machine, each from a size-optimised build configured for packages; each in <build>/packages/.
+# lintian, when installed, checks every .deb and fails the target on an error or a warning.
+package:
+	for arch in arm native; do \
+	  $(call preset,package-$$arch) && cmake --build --preset package-$$arch --target debs && \
+	  cpack --config build-package-$$arch/CPackConfig.cmake -B $(CURDIR)/build-package-$$arch/packages || exit; done
+	@ls -1 build-package-*/packages/*.deb build-package-*/packages/*.tar.gz
 
 # The benchmarks, peak memory and library sizes of docs/performance.md, in a Release build; about
 # two minutes once built. BENCH_REPETITIONS=N repeats each benchmark N times (default 5); with
 # BENCH_BASELINE="<commit>..." the phonebook curves of those commits are measured too (each built
 # in a worktree under /tmp). arm-module provides the ARM library whose size is reported.
 bench: deps
-	cmake -S . -B $(BENCH_BUILD_DIR) -G Ninja -DCMAKE_BUILD_TYPE=Release -DFRITZBOX_BUILD_BENCH=ON
-	cmake --build $(BENCH_BUILD_DIR) -j $(JOBS)
+	$(call preset,bench)
 	$(MAKE) arm-module
-	bench/run-benchmarks.sh $(BENCH_BUILD_DIR) $(ARM_MODULE_BUILD_DIR)
+	bench/run-benchmarks.sh build-bench build-arm-module
 
 # Line and branch coverage of the native suite (gcovr), from a build of its own with --coverage:
-# a summary per area on the terminal, the HTML report in $(COVERAGE_BUILD_DIR)/coverage/index.html.
+# a summary per area on the terminal, the HTML report in build-coverage/coverage/index.html.
 # Counts of earlier runs are deleted first. A test that limits the file size (the token file's
 # "disk full") keeps libgcov from writing its counts; libgcov's complaint goes to a log file
 # instead of that test's checked stderr.
 coverage: deps
-	cmake -S . -B $(COVERAGE_BUILD_DIR) -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCMAKE_C_FLAGS=--coverage \
-	  -DCMAKE_CXX_FLAGS=--coverage
-	cmake --build $(COVERAGE_BUILD_DIR) -j $(JOBS)
-	find $(COVERAGE_BUILD_DIR) -name '*.gcda' -delete
-	GCOV_ERROR_FILE=$(CURDIR)/$(COVERAGE_BUILD_DIR)/gcov-errors.log \
-	  bench/with-private-pictures.sh ctest --test-dir $(COVERAGE_BUILD_DIR) $(CTEST_FLAGS)
-	scripts/coverage.sh $(COVERAGE_BUILD_DIR)
+	$(call preset,coverage)
+	find build-coverage -name '*.gcda' -delete
+	GCOV_ERROR_FILE=$(CURDIR)/build-coverage/gcov-errors.log ctest --preset coverage $(CTEST_FLAGS)
+	scripts/coverage.sh build-coverage
 
 # Plants one fault at a time into the C++ sources of a copy of the tree (under /tmp) and runs the
 # native suite on each: killed, survived or does not compile, and a score. MUTATION_ARGS passes
@@ -123,5 +108,4 @@ format:
 	clang-format -i $$(git ls-files '*.cpp' '*.h')
 
 clean:
-	rm -rf $(BUILD_DIR) $(ARM_BUILD_DIR) $(ARM_MODULE_BUILD_DIR) $(ASAN_BUILD_DIR) $(FUZZ_BUILD_DIR) $(BENCH_BUILD_DIR) $(PACKAGE_BUILD_DIR) \
-	  $(COVERAGE_BUILD_DIR) build-mutation
+	rm -rf build build-*/

@@ -12,8 +12,8 @@ if [[ $# -lt 2 ]]; then
     exit 2
 fi
 source_dir="$(cd "$(dirname "$0")/.." && pwd)"
-if [[ -z "${FRITZBOX_PRIVATE_PICTURES:-}" ]]; then
-    exec "$source_dir/bench/with-private-pictures.sh" "$0" "$@"
+if [[ -z "${FRITZBOX_PICTURES_NAMESPACE:-}" ]]; then
+    exec "$source_dir/scripts/with-private-pictures.sh" "$0" "$@"
 fi
 build_dir="$(cd "$1" && pwd)"
 shift

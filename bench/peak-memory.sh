@@ -13,8 +13,8 @@ if [[ $# -lt 1 ]]; then
     exit 2
 fi
 script_dir="$(cd "$(dirname "$0")" && pwd)"
-if [[ -z "${FRITZBOX_PRIVATE_PICTURES:-}" ]]; then
-    exec "$script_dir/with-private-pictures.sh" "$0" "$@"
+if [[ -z "${FRITZBOX_PICTURES_NAMESPACE:-}" ]]; then
+    exec "$script_dir/../scripts/with-private-pictures.sh" "$0" "$@"
 fi
 program="$(cd "$1" && pwd)/bin/fritzbox_bench_peak_memory"
 contacts="${2:-20000}"

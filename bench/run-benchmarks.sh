@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Everything `make bench` measures, in a private picture directory (bench/with-private-pictures.sh):
+# Everything `make bench` measures, in a private picture directory (scripts/with-private-pictures.sh):
 # the Google Benchmark programs, each benchmark repeated and shown as mean, median, spread and
 # coefficient of variation (the figures in docs/performance.md are the medians); the peak memory
 # of a 20,000-contact directory sync; the module library's stripped sizes, native and 32-bit ARM.
@@ -14,8 +14,8 @@ if [[ $# -ne 2 ]]; then
     exit 2
 fi
 bench_dir="$(cd "$(dirname "$0")" && pwd)"
-if [[ -z "${FRITZBOX_PRIVATE_PICTURES:-}" ]]; then
-    exec "$bench_dir/with-private-pictures.sh" "$0" "$@"
+if [[ -z "${FRITZBOX_PICTURES_NAMESPACE:-}" ]]; then
+    exec "$bench_dir/../scripts/with-private-pictures.sh" "$0" "$@"
 fi
 build_dir="$1"
 arm_module_build_dir="$2"

@@ -2,22 +2,13 @@
 # fuzz/run-fuzzers.sh BUILD_DIR WORK_DIR SECONDS [RUNS] [TARGET...]
 # Runs the fuzz targets one after another, each at most SECONDS (and RUNS executions unless 0) on its
 # corpus WORK_DIR/<target>, seeded read-only from fuzz/corpus/<target>; crash inputs go to
-# WORK_DIR/artifacts. The targets create and delete /data/images/fritzbox/, which the tests use too:
-# as root, where mount namespaces are allowed, the run gets a private tmpfs there, so it neither
-# disturbs tests beside it nor churns the disk with millions of files.
+# WORK_DIR/artifacts. The targets read router output without sockets or picture files, so runs
+# beside each other and beside the tests do not meet.
 set -euo pipefail
 
 [[ $# -ge 3 ]] || { echo "usage: $0 BUILD_DIR WORK_DIR SECONDS [RUNS] [TARGET...]" >&2 && exit 2; }
 source_dir=$(cd "$(dirname "$0")" && pwd) build_dir=$(cd "$1" && pwd) work_dir=$2 seconds=$3 runs=${4:-0}
 targets=("${@:5}") && [[ ${#targets[@]} -gt 0 ]] || targets=(call_list_fuzzer phonebook_export_fuzzer keyword_extraction_fuzzer serializer_fuzzer)
-
-# The probe mounts in a namespace of its own, which ends with it.
-if [[ -z "${FUZZ_PRIVATE_PICTURES:-}" && $(id -u) -eq 0 ]] && mkdir -p /data/images &&
-    unshare --mount --propagation private mount -t tmpfs fuzz-probe /data/images 2>/dev/null; then
-    exec unshare --mount --propagation private env FUZZ_PRIVATE_PICTURES=1 \
-        bash -c 'mount -t tmpfs -o size=64m fuzz-pictures /data/images && exec bash "$@"' \
-        fuzz-pictures "$0" "$build_dir" "$work_dir" "$seconds" "$runs" "${targets[@]}"
-fi
 
 for target in "${targets[@]}"; do
     mkdir -p "$work_dir/$target" "$work_dir/artifacts" && log="$work_dir/$target.log"

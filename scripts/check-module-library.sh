@@ -2,14 +2,16 @@
 # Checks the module's shared library before it goes into a firmware image: the module's own
 # classes are exported and nothing else is (no std:: instantiation, no helper), every platform name is left for the host process to resolve (referenced,
 # never defined: a second copy in the module would shadow or clash with the firmware's), and it
-# reports the library's stripped size, the figure that counts on the phone's flash.
-# Usage: check-module-library.sh <lib.so> [nm-tool [strip-tool]]
+# reports the library's stripped size, the figure that counts on the phone's flash, and fails when
+# it is over max-bytes (when given).
+# Usage: check-module-library.sh <lib.so> [nm-tool [strip-tool [max-bytes]]]
 # A cross build passes its target's tools (arm-linux-gnueabihf-nm and -strip).
 set -euo pipefail
 
-lib=${1:?usage: check-module-library.sh <lib.so> [nm-tool [strip-tool]]}
+lib=${1:?usage: check-module-library.sh <lib.so> [nm-tool [strip-tool [max-bytes]]]}
 nm_tool=${2:-nm}
 strip_tool=${3:-${nm_tool%nm}strip}
+max_bytes=${4:-}
 
 module_names=(FritzBox BroadsoftServiceHelper)
 # The platform names whose definitions are all out of line, so the host alone defines them. (Classes
@@ -53,7 +55,9 @@ done
 stripped=$(mktemp)
 trap 'rm -f "$stripped"' EXIT
 "$strip_tool" -o "$stripped" "$lib"
-echo "$(basename "$lib"): stripped size $(stat -c %s "$stripped") bytes ($(stat -L -c %s "$lib") unstripped)"
+size=$(stat -c %s "$stripped")
+echo "$(basename "$lib"): stripped size $size bytes ($(stat -L -c %s "$lib") unstripped)"
+[ -z "$max_bytes" ] || [ "$size" -le "$max_bytes" ] || fail "is $size bytes stripped, over the $max_bytes allowed"
 
 if [ "$failures" -ne 0 ]; then
     echo "check-module-library: $failures problem(s) in $lib" >&2

@@ -199,7 +199,7 @@ class Workspace:
     def suite_passes(self):
         # The suite creates the phone's picture directory; as root it gets a private one, so that
         # test runs of the checkout beside this one are not disturbed.
-        command = [str(self.root / "bench/with-private-pictures.sh"), "ctest", "--test-dir", str(self.build),
+        command = [str(self.root / "scripts/with-private-pictures.sh"), "ctest", "--test-dir", str(self.build),
                    "-j", str(self.jobs), "--timeout", str(self.args.timeout), "--stop-on-failure"]
         return run(command, self.root, self.args.suite_limit) == 0
 
