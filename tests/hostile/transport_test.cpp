@@ -1,7 +1,7 @@
 // The module against a router whose answer breaks on the wire. The ways an answer can break are
 // the rows of tests/platform/replies; this shows what the module makes of one: the sync fails
 // with the platform's reason logged, and the next sync, the router behaving again, recovers. The
-// short time limits end a silent answer within a second.
+// short time limits end a silent or trickling answer within a second.
 #include <gtest/gtest.h>
 
 #include "FilterTypes.h"
@@ -14,7 +14,7 @@ using namespace testsupport;
 namespace {
 
 TEST(TransportTest, BrokenCallListAnswerFailsTheSyncAndTheNextSyncRecovers) {
-    linux_platform::setTimeLimitOverrides({500, 300, 0});
+    linux_platform::setTimeLimitOverrides({500, 300, 0, 500, 40});
     testsupport::LogCapture log{6};
     TestRouter router;
     router.callList = callListBody({"1;15.03.24 14:30;Anna;0301234;"});
@@ -44,6 +44,17 @@ TEST(TransportTest, BrokenCallListAnswerFailsTheSyncAndTheNextSyncRecovers) {
     log.clear();
     EXPECT_TRUE(sync()) << log.text();
     EXPECT_TRUE(log.contains("getCallLogId() callLogId='2403151430' found='0'", 6));
+
+    // A router that trickles every answer: the challenge fails at the low-speed limit, the login
+    // request that follows it too, and nothing more is sent.
+    router.override = [](const ReceivedRequest&, ScriptedReply& reply) { return reply.paceMs = 100, true; };
+    FritzBox fresh{"admin", "geheim"};
+    const std::size_t before = router.scripted().requestCount();
+    log.clear();
+    std::string token;
+    EXPECT_FALSE(fresh.sync(Broadsoft::Filters::CallLogs, token));
+    EXPECT_EQ(router.scripted().requestCount() - before, 2u) << log.text();
+    EXPECT_TRUE(log.contains("(the transfer stayed below 40 bytes/s for 500 ms)"));
 }
 
 }  // namespace

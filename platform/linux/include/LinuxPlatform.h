@@ -41,10 +41,11 @@ constexpr unsigned kExchangeLimitInIoTimeouts = 24;
 // The low-speed limit: an exchange fails when fewer than kLowSpeedBytesPerSecond times the window
 // bytes (sent and received together) move within kLowSpeedWindowSeconds. The first window begins
 // with the exchange, each further one when the one before reached its bytes. A router trickling a
-// byte a second thus fails an exchange after 20 s, while anything that moves 20 kB in 20 s is
-// never stopped by it.
+// byte a second thus fails an exchange after 8 s: a login that meets one costs two exchanges (the
+// module goes on to the login request when the challenge fails), each after a connect of at most
+// 5 s, so at most 2 x (5 s + 8 s) = 26 s. Anything that moves 8 kB in 8 s is never stopped by it.
 constexpr unsigned kLowSpeedBytesPerSecond = 1000;
-constexpr unsigned kLowSpeedWindowSeconds = 20;
+constexpr unsigned kLowSpeedWindowSeconds = 8;
 
 // Replacements for the limits a SecureConnection is given; a zero field keeps the caller's value
 // (connect, io), the derived limit (exchange) or the constant above (low-speed window and rate).
