@@ -57,18 +57,26 @@ class Fault:
     line: str  # the trimmed source line
     operator: str
     occurrence: int  # 1-based among this operator's matches on the line
+    copy: int  # 1-based among the lines of the file with the same trimmed text
     start: int  # column of the match in the untrimmed line
     end: int
     replacement: str
 
     def key(self):
-        return (self.path, self.line, self.operator, self.occurrence)
+        return (self.path, self.line, self.operator, self.occurrence, self.copy)
 
     def row(self):
-        return f"{self.path}\t{self.line}\t{self.operator}\t{self.occurrence}"
+        return f"{self.path}\t{self.line}\t{self.operator}\t{occurrence_text(self.occurrence, self.copy)}"
 
     def where(self):
-        return f"{self.path}:{self.line_number} '{self.operator}' #{self.occurrence}: {self.line}"
+        return (f"{self.path}:{self.line_number} '{self.operator}' #{occurrence_text(self.occurrence, self.copy)}: "
+                f"{self.line}")
+
+
+def occurrence_text(occurrence, copy):
+    """"N" for the Nth match on a line whose text the file holds once (or on its first copy),
+    "N/C" on the Cth line of that text, so that `return false;` in two places are two faults."""
+    return str(occurrence) if copy == 1 else f"{occurrence}/{copy}"
 
 
 def code_only(lines):
@@ -123,11 +131,12 @@ def raw_string_end(line, start):
 def faults_in(path):
     text = (REPO / path).read_text()
     lines = text.split("\n")
-    faults = []
+    faults, copies = [], {}
     for number, (line, code) in enumerate(zip(lines, code_only(lines)), start=1):
+        copy = copies[line.strip()] = copies.get(line.strip(), 0) + 1
         for name, pattern, replacement in OPERATORS:
             for occurrence, match in enumerate(re.finditer(pattern, code), start=1):
-                faults.append(Fault(path, number, line.strip(), name, occurrence, match.start(), match.end(),
+                faults.append(Fault(path, number, line.strip(), name, occurrence, copy, match.start(), match.end(),
                                     replacement))
     return faults
 
@@ -144,16 +153,24 @@ def source_files(patterns):
     return chosen
 
 
-def read_equivalents():
-    keys = set()
-    for number, row in enumerate(EQUIVALENTS.read_text().split("\n"), start=1):
+def read_fault_keys(path, with_reason):
+    """The faults a list names: FILE, LINE, OPERATOR, OCCURRENCE (and REASON in the equivalents),
+    separated by tabs; `#` starts a comment line."""
+    keys, columns = set(), 5 if with_reason else 4
+    for number, row in enumerate(Path(path).read_text().split("\n"), start=1):
         if not row.strip() or row.startswith("#"):
             continue
         fields = row.split("\t")
-        if len(fields) != 5 or not fields[3].isdigit() or not fields[4].strip():
-            sys.exit(f"{EQUIVALENTS}:{number}: expected FILE, LINE, OPERATOR, OCCURRENCE, REASON separated by tabs")
-        keys.add((fields[0], fields[1], fields[2], int(fields[3])))
+        occurrence = re.fullmatch(r"([0-9]+)(?:/([0-9]+))?", fields[3]) if len(fields) == columns else None
+        if not occurrence or (with_reason and not fields[4].strip()):
+            sys.exit(f"{path}:{number}: expected FILE, LINE, OPERATOR, OCCURRENCE[/COPY]"
+                     f"{', REASON' if with_reason else ''} separated by tabs")
+        keys.add((fields[0], fields[1], fields[2], int(occurrence[1]), int(occurrence[2] or 1)))
     return keys
+
+
+def read_equivalents():
+    return read_fault_keys(EQUIVALENTS, with_reason=True)
 
 
 def copy_tree(destination):
@@ -231,6 +248,8 @@ def parse_arguments():
                         "repository)")
     parser.add_argument("--sample", type=int, metavar="N", help="a random sample of N faults instead of all")
     parser.add_argument("--seed", type=int, default=1, help="seed of the sample (default 1)")
+    parser.add_argument("--faults", metavar="FILE",
+                        help="only the faults a survivors file lists (to check again after new tests)")
     parser.add_argument("--list", action="store_true", help="print the candidate faults and stop")
     parser.add_argument("--min-score", type=float, metavar="PERCENT", help="exit 1 when the score is below PERCENT")
     parser.add_argument("--timeout", type=int, default=30,
@@ -252,6 +271,9 @@ def parse_arguments():
 def candidates(args):
     equivalent = read_equivalents()
     faults = [f for path in source_files(args.files) for f in faults_in(path)]
+    if args.faults:
+        listed = read_fault_keys(args.faults, with_reason=False)
+        faults = [fault for fault in faults if fault.key() in listed]
     if args.sample is not None and args.sample < len(faults):
         chosen = set(random.Random(args.seed).sample(range(len(faults)), args.sample))
         faults = [fault for index, fault in enumerate(faults) if index in chosen]
