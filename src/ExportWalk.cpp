@@ -11,7 +11,7 @@ namespace fritzbox_detail {
 // pair can start in its last begin.size() - 1 bytes only, running on into the text; after such a
 // pair it ends where that pair started.
 void forEachExtraction(const std::string& text, const std::string& begin, const std::string& end,
-                       const ExtractionVisitor& visit) {
+                       ExtractionVisitor visit) {
     if (begin.empty() || end.empty()) {
         return;
     }

@@ -1,13 +1,14 @@
 #pragma once
 // The single-pass walk over a phonebook export (or any text) that the module cuts records from.
 // Internal to the module; the library exports none of it.
-#include <functional>
 #include <string>
+
+#include "FunctionRef.h"
 
 namespace fritzbox_detail {
 
 // Returns false to stop the walk.
-using ExtractionVisitor = std::function<bool(std::string& between)>;
+using ExtractionVisitor = FunctionRef<bool(std::string& between)>;
 
 // Hands `visit`, in order, the text between the first `begin` and the first `end` after it, then
 // takes that pair with the text between out of `text` and looks again, joining what stood before
@@ -15,6 +16,6 @@ using ExtractionVisitor = std::function<bool(std::string& between)>;
 // false or no pair is left; nothing is handed out when `begin` or `end` is empty. Linear in the
 // size of `text` (the text is walked once, never copied piece by piece).
 void forEachExtraction(const std::string& text, const std::string& begin, const std::string& end,
-                       const ExtractionVisitor& visit);
+                       ExtractionVisitor visit);
 
 }  // namespace fritzbox_detail

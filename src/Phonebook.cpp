@@ -73,7 +73,7 @@ std::string exportContentType() {
     return "multipart/form-data; boundary=" + kMultipartBoundary;
 }
 
-void forEachContact(const std::string& exportBody, const ContactVisitor& visit) {
+void forEachContact(const std::string& exportBody, ContactVisitor visit) {
     forEachExtraction(exportBody, kContactBegin, kContactEnd, [&visit](std::string& record) {
         visit(record);
         return true;

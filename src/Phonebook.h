@@ -2,8 +2,9 @@
 // The router's phonebook export as values: the export request, the contacts of the answer and,
 // per contact, its name, its first usable number and where its picture is. Internal to the module;
 // no I/O.
-#include <functional>
 #include <string>
+
+#include "FunctionRef.h"
 
 namespace fritzbox_detail {
 
@@ -18,8 +19,8 @@ std::string exportContentType();
 
 // Hands `visit` every contact record of an export in document order: the text between "<contact"
 // and "</contact>" as repeated extraction from a copy of the export would cut it.
-using ContactVisitor = std::function<void(std::string& record)>;
-void forEachContact(const std::string& exportBody, const ContactVisitor& visit);
+using ContactVisitor = FunctionRef<void(std::string& record)>;
+void forEachContact(const std::string& exportBody, ContactVisitor visit);
 
 // Why a contact gives no entry: no realName text, no telephony block, or no number marked
 // id="0" with a text that holds no "@".

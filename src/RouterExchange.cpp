@@ -172,16 +172,17 @@ void FritzBox::clearSecureConnection(bool force) {
 namespace fritzbox_detail {
 
 RouterReply RouterRequests::get(FritzBox& box, const std::string& path) {
-    return send(box, path, "", HttpClientIfc::GET, {});
+    HttpClientIfc::HeaderMap noHeaders;
+    return send(box, path, std::string(), HttpClientIfc::GET, noHeaders);
 }
 
 RouterReply RouterRequests::post(FritzBox& box, const std::string& path, const std::string& body,
                                  HttpClientIfc::HeaderMap headers) {
-    return send(box, path, body, HttpClientIfc::POST, std::move(headers));
+    return send(box, path, body, HttpClientIfc::POST, headers);
 }
 
 RouterReply RouterRequests::send(FritzBox& box, const std::string& path, const std::string& body,
-                                 HttpClientIfc::HTTPMETHOD method, HttpClientIfc::HeaderMap headers) {
+                                 HttpClientIfc::HTTPMETHOD method, HttpClientIfc::HeaderMap& headers) {
     RouterReply reply;
     HttpClientIfc::HeaderMap responseHeaders;
     reply.ok = box.connectionHandler(path, body, method, reply.body, headers, responseHeaders, reply.status, "", 0);

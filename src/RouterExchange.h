@@ -27,7 +27,7 @@ public:
 
 private:
     static RouterReply send(FritzBox& box, const std::string& path, const std::string& body,
-                            HttpClientIfc::HTTPMETHOD method, HttpClientIfc::HeaderMap headers);
+                            HttpClientIfc::HTTPMETHOD method, HttpClientIfc::HeaderMap& headers);
 };
 
 }  // namespace fritzbox_detail
