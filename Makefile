@@ -65,7 +65,7 @@ arm-module:
 	  build-arm-module/lib/libfritzbox-xsi-module.so
 	scripts/check-module-library.sh build-arm-module/lib/libfritzbox-xsi-module.so arm-linux-gnueabihf-nm \
 	  arm-linux-gnueabihf-strip $(ARM_MODULE_MAX_BYTES)
-	scripts/check-hardening.sh arm-linux-gnueabihf-readelf build-arm-module/lib/libfritzbox-xsi-module.so
+	scripts/check-hardening.sh --single arm-linux-gnueabihf-readelf build-arm-module/lib/libfritzbox-xsi-module.so
 
 # The module's packages, .tar.gz and .deb (cmake/ModulePackage.cmake), for the phone (armhf) and for
 # this machine, each from a size-optimised build configured for packages; each in <build>/packages/.
