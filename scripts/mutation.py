@@ -218,6 +218,8 @@ class Workspace:
         # test runs of the checkout beside this one are not disturbed.
         command = [str(self.root / "scripts/with-private-pictures.sh"), "ctest", "--test-dir", str(self.build),
                    "-j", str(self.jobs), "--timeout", str(self.args.timeout), "--stop-on-failure"]
+        if self.args.exclude_tests:
+            command += ["-E", self.args.exclude_tests]
         return run(command, self.root, self.args.suite_limit) == 0
 
     def write(self, path, text):
@@ -250,6 +252,9 @@ def parse_arguments():
     parser.add_argument("--seed", type=int, default=1, help="seed of the sample (default 1)")
     parser.add_argument("--faults", metavar="FILE",
                         help="only the faults a survivors file lists (to check again after new tests)")
+    parser.add_argument("--exclude-tests", metavar="REGEX",
+                        help="leave out the ctest entries matching REGEX, e.g. those that build the module alone "
+                        "when only platform/linux is mutated")
     parser.add_argument("--list", action="store_true", help="print the candidate faults and stop")
     parser.add_argument("--min-score", type=float, metavar="PERCENT", help="exit 1 when the score is below PERCENT")
     parser.add_argument("--timeout", type=int, default=30,
