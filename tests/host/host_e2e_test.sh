@@ -125,6 +125,12 @@ expect 0 '^Demo finished as expected' "${EMULATOR[@]}" "$WORK/bin/fritzbox-xsi" 
 check "demo: every picture the directory names was on disk" \
     grep -qE '^([1-9][0-9]*) contact picture\(s\) named in the directory, \1 of them on disk' "$OUT"
 expect 1 'ended before it listened' "${EMULATOR[@]}" "$WORK/bin/fritzbox-xsi" demo --data "$WORK/missing"
+# A router that refuses the call list, the export and the photos fails both syncs, and the demo
+# says so although the syncs with unchanged data and the pictures went as they should.
+mkdir "$WORK/refusing" && cp "$4" "$WORK/refusing/fritzbox-xsi"
+printf '#!/bin/sh\nexec "%s" "$@" --force-status 500\n' "$(readlink -f "$SIM")" >"$WORK/refusing/fritzbox-router-sim"
+chmod +x "$WORK/refusing/fritzbox-router-sim"
+expect 1 '^Demo did NOT go as expected' "${EMULATOR[@]}" "$WORK/refusing/fritzbox-xsi" demo
 
 echo "host e2e: $CHECKS checks, $FAILED failed"
 [ "$FAILED" -eq 0 ]
