@@ -64,6 +64,12 @@ check "token: a relative name is kept in the working directory" grep -qE '^[0-9a
 # Started with stdin closed (as a daemon may be), the password file is opened as descriptor 0.
 expect 0 '<placed>' bash -c 'exec "$@" <&-' _ "${HOST[@]}" sync calllogs "${ROUTER[@]}" --user admin \
     --password-file "$WORK/password"
+# With a router that closes every connection, descriptor 0 is free again when the token is written.
+start_simulator closing --close-connections
+expect 0 '<placed>' bash -c 'exec "$@" <&-' _ "${HOST[@]}" sync calllogs --router "127.0.0.1:$PORT" --user admin \
+    --password-file "$WORK/password" --token-file "$WORK/token-on-descriptor-0"
+check "token: written on descriptor 0" grep -qE '^[0-9a-f]{32}$' "$WORK/token-on-descriptor-0"
+PORT=${ROUTER[1]##*:}
 
 # A token file that cannot be read (a directory) or written (no file may grow: a full disk as
 # far as the host can tell) ends with exit 3 and leaves no temporary file.
@@ -125,6 +131,12 @@ expect 0 '^Demo finished as expected' "${EMULATOR[@]}" "$WORK/bin/fritzbox-xsi" 
 check "demo: every picture the directory names was on disk" \
     grep -qE '^([1-9][0-9]*) contact picture\(s\) named in the directory, \1 of them on disk' "$OUT"
 expect 1 'ended before it listened' "${EMULATOR[@]}" "$WORK/bin/fritzbox-xsi" demo --data "$WORK/missing"
+# A router that refuses the call list, the export and the photos fails both syncs, and the demo
+# says so although the syncs with unchanged data and the pictures went as they should.
+mkdir "$WORK/refusing" && cp "$4" "$WORK/refusing/fritzbox-xsi"
+printf '#!/bin/sh\nexec "%s" "$@" --force-status 500\n' "$(readlink -f "$SIM")" >"$WORK/refusing/fritzbox-router-sim"
+chmod +x "$WORK/refusing/fritzbox-router-sim"
+expect 1 '^Demo did NOT go as expected' "${EMULATOR[@]}" "$WORK/refusing/fritzbox-xsi" demo
 
 echo "host e2e: $CHECKS checks, $FAILED failed"
 [ "$FAILED" -eq 0 ]

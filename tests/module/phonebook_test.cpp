@@ -103,8 +103,9 @@ TEST_F(PhonebookTest, PictureLocations) {
         if (request.target.rfind("/lua/photo.lua", 0) != 0) {
             return false;
         }
-        reply.status = request.target.find("missing") != std::string::npos ? 404 : 200;
-        reply.body = request.target.find("empty") != std::string::npos ? "" : request.target;
+        const auto names = [&request](const char* word) { return request.target.find(word) != std::string::npos; };
+        reply.status = names("moved") ? 303 : names("missing") ? 404 : 200;
+        reply.body = names("empty") ? "" : request.target;
         return true;
     };
     const std::vector<Row> rows = rowsOf("pictures.txt");

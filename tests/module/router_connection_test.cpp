@@ -31,31 +31,40 @@ TEST_F(RouterConnectionTest, LoginAnswersTheChallengeWithTheBareWidenedDigestAnd
     EXPECT_EQ(router.scripted().connectionCount(), 1u) << "login and fetches share one kept connection";
 }
 
-// Each row: credentials, a session already held, the filter; the sync fails with this log line
-// (which also shows whether the held session counts as valid).
+// Each row: credentials, a session already held, the filter, what the router's login page says
+// (empty: the usual); the sync fails with this log line (which also shows whether the held session
+// counts as valid). A module object going away drops its connection, forced.
 TEST_F(RouterConnectionTest, RefusedSyncs) {
     const struct {
         std::string user, password, sid;
         int filter;
-        std::string line;
+        std::string loginPage, line;
         std::size_t requests;
     } rows[] = {
-        {"admin", "falsch", "", 0, "sync() error getting SID", 2},
-        {"", "", "", 0, "sync() cannot sync. isValidSid()[false] dirId[0]", 0},
-        {"admin", "", "", 5, "sync() cannot sync. isValidSid()[false] dirId[5]", 0},
-        {"", "", kSid, 3, "sync() cannot sync. isValidSid()[true] dirId[3]", 0},
-        {"", "", "0000000000000000", 3, "sync() cannot sync. isValidSid()[false] dirId[3]", 0},
-        {"", "", "ab0000000000000000cd", 3, "sync() cannot sync. isValidSid()[false] dirId[3]", 0},
+        {"admin", "falsch", "", 0, "", "sync() error getting SID", 2},
+        {"admin", "äbc", "", 0, "<html/>", "sync() error getting SID", 1},
+        {"admin", "äbc", "", 5, "<Challenge>1234567z</Challenge>", "sync() error getting SID", 2},
+        {"", "", "", 0, "", "sync() cannot sync. isValidSid()[false] dirId[0]", 0},
+        {"admin", "", "", 5, "", "sync() cannot sync. isValidSid()[false] dirId[5]", 0},
+        {"", "", kSid, 3, "", "sync() cannot sync. isValidSid()[true] dirId[3]", 0},
+        {"", "", "0000000000000000", 3, "", "sync() cannot sync. isValidSid()[false] dirId[3]", 0},
+        {"", "", "ab0000000000000000cd", 3, "", "sync() cannot sync. isValidSid()[false] dirId[3]", 0},
     };
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.line);
+        SCOPED_TRACE(row.line + " " + row.loginPage);
         log.clear();
         const std::size_t before = router.scripted().requestCount();
-        FritzBox refused(row.user, row.password);
-        FritzBoxTestAccess(refused).sid() = row.sid;
-        EXPECT_FALSE(refused.sync(static_cast<FilterTypes>(row.filter), token));
+        router.override = [&row](const ReceivedRequest&, ScriptedReply& reply) {
+            return reply.body = row.loginPage, !row.loginPage.empty();
+        };
+        {
+            FritzBox refused(row.user, row.password);
+            FritzBoxTestAccess(refused).sid() = row.sid;
+            EXPECT_FALSE(refused.sync(static_cast<FilterTypes>(row.filter), token));
+        }
         EXPECT_TRUE(log.contains(row.line, 2)) << log.text();
         EXPECT_EQ(router.scripted().requestCount() - before, row.requests);
+        EXPECT_TRUE(log.contains("clearSecureConnection() OUT force[true], m_secureConn[(nil)]", 4)) << log.text();
     }
 }
 
@@ -116,9 +125,10 @@ TEST_F(RouterConnectionTest, StatusesAndRedirects) {
 }
 
 // Each row: an exchange and whether its connection is kept afterwards. One the router closes is
-// dropped and replaced by the next exchange's; a usable one is dropped only when forced; an
-// unreachable router fails with the transport's message logged, and the sync after the outage
-// sends its requests on a fresh connection.
+// dropped and replaced by the next exchange's; a usable one is dropped only when forced; a redirect
+// to a host that cannot be reached fails without an answer and drops the connection; an
+// unreachable router fails the fetch of a held session with the transport's message logged, and
+// the sync after the outage sends its one request on a fresh connection.
 TEST_F(RouterConnectionTest, ConnectionLifetime) {
     router.override = [](const ReceivedRequest& request, ScriptedReply& reply) {
         return reply.closeAfter = request.target == "/closing", true;
@@ -135,6 +145,17 @@ TEST_F(RouterConnectionTest, ConnectionLifetime) {
     EXPECT_FALSE(access.hasConnection());
 
     const int closedPort = ScriptedRouter().port();  // the router is gone at the end of the line
+    linux_platform::mapHost("gone.test", "80", "127.0.0.1", std::to_string(closedPort));
+    router.override = [](const ReceivedRequest&, ScriptedReply& reply) {
+        reply.status = 302;
+        reply.headers = {{"Location", "http://gone.test/"}};
+        return true;
+    };
+    log.clear();
+    EXPECT_FALSE(RouterRequests::get(box, "/moved").ok);
+    EXPECT_TRUE(log.contains("clearSecureConnection() OUT force[true], m_secureConn[(nil)]", 4)) << log.text();
+
+    access.sid() = kSid;
     linux_platform::mapHost("fritz.box", "80", "127.0.0.1", std::to_string(closedPort));
     EXPECT_FALSE(box.sync(FilterTypes::Personal, token));
     EXPECT_TRUE(log.contains("connectionHandler() exception='", 2));
@@ -145,8 +166,8 @@ TEST_F(RouterConnectionTest, ConnectionLifetime) {
     router.override = nullptr;
     router.phonebookExport = "<phonebook/>";
     EXPECT_TRUE(box.sync(FilterTypes::Personal, token)) << log.text();
-    EXPECT_EQ(router.scripted().requestCount() - before, 3u) << "login and export after the outage";
-    EXPECT_EQ(router.scripted().connectionCount(), 3u);
+    EXPECT_EQ(router.scripted().requestCount() - before, 1u) << "the export alone after the outage";
+    EXPECT_EQ(router.scripted().connectionCount(), 4u);
 }
 
 }  // namespace

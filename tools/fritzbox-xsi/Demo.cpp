@@ -32,7 +32,7 @@ std::vector<std::string> picturesNamed(const std::string& document) {
 
 std::size_t countOnDisk(const std::vector<std::string>& paths) {
     return std::count_if(paths.begin(), paths.end(), [](const std::string& path) {
-        struct stat status;
+        struct stat status {};
         return stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
     });
 }
