@@ -48,10 +48,10 @@ target_link_options(fritzbox_hardening INTERFACE LINKER:-z,relro LINKER:-z,now)
 check_pie_supported(LANGUAGES CXX)
 
 # Registers the test hardening_check: scripts/check-hardening.sh over those of the given targets
-# that this build makes, with the target's readelf. Not in a sanitizer build, which has no
-# _FORTIFY_SOURCE (see above).
+# that this build makes, with the target's readelf. Not in a sanitizer build, nor in one that does
+# not optimise (Debug, the coverage build): neither has _FORTIFY_SOURCE (see above).
 function(fritzbox_add_hardening_check)
-  if(FRITZBOX_SANITIZE)
+  if(FRITZBOX_SANITIZE OR NOT CMAKE_BUILD_TYPE MATCHES "^(Release|RelWithDebInfo|MinSizeRel)$")
     return()
   endif()
   set(files)
