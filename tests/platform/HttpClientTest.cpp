@@ -275,11 +275,13 @@ TEST_F(HttpClientTest, KeptConnectionThatTheRouterClosedIsReplacedOnce) {
     tooLarge.body.assign(16u << 20, 'x');
     EXPECT_EQ(exchange(connection, tooLarge)["result"], "failure");
     EXPECT_TRUE(log.contains("HTTP exchange with fritz.box:80 failed: cannot send the request"));
+    EXPECT_EQ(router.connectionCount(), 5u) << "a POST the router cut off is not sent again";
 }
 
 // A host or a caller's header that would end a line of the head early, or a header without a name,
-// fails the request before a byte is sent, also when a mapping makes such a host reachable.
-TEST_F(HttpClientTest, RequestWhoseHeadWouldBreakIsNeverSent) {
+// fails the request before a byte is sent, also when a mapping makes such a host reachable. An
+// answer read on another connection than its request's fails and leaves the answer for the right one.
+TEST_F(HttpClientTest, CallerMistakesFailWithoutHarm) {
     router.mapAs("fritz.box\r\nX-Injected: 1", "80");
     const std::pair<std::string, HttpClient::HeaderMap> rows[] = {{"fritz.box\r\nX-Injected: 1", {}},
                                                                   {"fritz.box", {{"", "x"}}},
@@ -294,6 +296,18 @@ TEST_F(HttpClientTest, RequestWhoseHeadWouldBreakIsNeverSent) {
             << host << " " << (headers.empty() ? "" : headers.begin()->first);
     }
     EXPECT_EQ(router.requestCount(), 0u);
+
+    SecureConnection other(context, "fritz.box", "80", 5, 5, true);
+    HttpClient client;
+    ASSERT_EQ(client.sendRequest(&connection, HttpClient::GET, 0, {}, "/", nullptr, 0, "", "", 1, 0),
+              HttpClient::SUCCESS);
+    std::string body;
+    HttpClient::eStatusCode status;
+    int length;
+    HttpClient::HeaderMap headers;
+    EXPECT_EQ(client.readResponse(&other, body, 100, status, length, headers), HttpClient::FAILURE);
+    EXPECT_EQ(client.readResponse(&connection, body, 100, status, length, headers), HttpClient::SUCCESS);
+    EXPECT_EQ(body, "GET");
 }
 
 // A redirect to another host reaches that host, and the next request to the router goes back to
