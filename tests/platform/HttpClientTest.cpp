@@ -264,6 +264,7 @@ TEST_F(HttpClientTest, KeptConnectionThatTheRouterClosedIsReplacedOnce) {
     router.queueReply(hangUp);
     EXPECT_EQ(exchange(connection, {HttpClient::POST})["result"], "failure");
     EXPECT_EQ(router.requestCount(), 5u);
+    EXPECT_EQ(router.requests().at(4).header("Content-Length"), "0") << "a POST without a body";
 
     EXPECT_EQ(exchange(connection)["body"], "GET");
     router.queueReply({200, {}, {}, true, std::string("HTTP/1.1 200 OK\r\n")});
@@ -328,8 +329,11 @@ TEST_F(HttpClientTest, EveryRequestReachesTheHostItNames) {
         EXPECT_EQ(exchange(connection, toOther)["body"], "other");
         EXPECT_FALSE(connection.isUsable()) << "the request asked to close the connection";
         EXPECT_EQ(exchange(connection)["body"], "GET");
-        EXPECT_EQ(exchange(connection)["body"], "GET");
+        EXPECT_EQ(exchange(connection, {HttpClient::GET, "/path", "fritz.box", "80", "q"})["body"], "GET");
     }
+    // Content-Length goes with a body, and with every POST or PUT.
+    EXPECT_EQ(router.requests().at(0).header("Content-Length") + "|" + router.requests().at(2).header("Content-Length"),
+              "|1");
     const ReceivedRequest sent = other.requests().at(0);
     std::string head = sent.method + " " + sent.body;
     for (const auto& [name, value] : sent.headers) {
