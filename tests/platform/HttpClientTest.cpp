@@ -312,6 +312,8 @@ TEST_F(HttpClientTest, CallerMistakesFailWithoutHarm) {
     EXPECT_EQ(client.readMoreData(&other, body, 100), HttpClient::FAILURE);
     EXPECT_EQ(client.readMoreData(&connection, body, 100), HttpClient::SUCCESS);
     EXPECT_EQ(body, "GET");
+    EXPECT_EQ(client.readMoreData(&connection, body, 100), HttpClient::SUCCESS) << "complete already";
+    EXPECT_EQ(client.readMoreData(&other, body, 100), HttpClient::FAILURE);
 }
 
 // A redirect to another host reaches that host, and the next request to the router goes back to
