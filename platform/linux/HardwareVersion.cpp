@@ -30,6 +30,10 @@ void setPhoneModel(PhoneModel model) {
     g_phoneModel = static_cast<int>(model);
 }
 
+void resetPhoneModel() {
+    g_phoneModel = kModelNotSet;
+}
+
 PhoneModel phoneModel() {
     int model = g_phoneModel.load();
     if (model == kModelNotSet) {

@@ -150,7 +150,6 @@ private:
     HttpClientIfc::HTTPMETHOD m_method = HttpClientIfc::GET;
     bool m_keepAliveRequested = true;
     bool m_socketReused = false;
-    bool m_resent = false;
     Phase m_phase = Phase::Idle;
     std::unique_ptr<ResponseReader> m_reader;
     std::string m_location;
@@ -180,7 +179,6 @@ int HttpClientState::send(SecureConnection& connection, const OutgoingRequest& r
     m_request.append(body != nullptr ? body : "", request.bodyLength);
     m_method = request.method;
     m_keepAliveRequested = request.keepAlive;
-    m_resent = false;
     m_phase = Phase::AwaitingResponse;
     stream().startExchange(timeoutSeconds);
     if (!reachDestination()) {
@@ -218,13 +216,13 @@ bool HttpClientState::transmit() {
     return true;
 }
 
-// Only a request that changes nothing at the router may go out twice, and only once more.
+// Only a request that changes nothing at the router may go out twice, and only once more: the
+// socket it goes out on the second time is a fresh one.
 bool HttpClientState::mayResend() const {
-    return m_socketReused && !m_resent && (m_method == HttpClientIfc::GET || m_method == HttpClientIfc::HEAD);
+    return m_socketReused && (m_method == HttpClientIfc::GET || m_method == HttpClientIfc::HEAD);
 }
 
 bool HttpClientState::resendOnFreshSocket() {
-    m_resent = true;
     m_socketReused = false;
     return connectToDestination() && transmit();
 }

@@ -31,15 +31,8 @@ bool isTokenChar(char c) {
 }
 
 std::string trimBlanks(const std::string& text) {
-    std::size_t begin = 0;
-    std::size_t end = text.size();
-    while (begin < end && isBlank(text[begin])) {
-        ++begin;
-    }
-    while (end > begin && isBlank(text[end - 1])) {
-        --end;
-    }
-    return text.substr(begin, end - begin);
+    const std::size_t begin = text.find_first_not_of(" \t");
+    return begin == std::string::npos ? std::string() : text.substr(begin, text.find_last_not_of(" \t") + 1 - begin);
 }
 
 // Splits a comma-separated list and hands each trimmed, non-empty element to `visit`.

@@ -31,6 +31,7 @@ struct Request {
     std::string target = "/path", host = "fritz.box", port = "80", body{}, user{}, password{};
     bool keepAlive = true;
     std::size_t reads = 0;  // the reader walks away after this many reads (0: reads to the end)
+    HttpClient::HeaderMap headers{};
 };
 
 using Outcome = std::map<std::string, std::string>;  // named as the fields of the reply files
@@ -58,7 +59,7 @@ protected:
         int totalLength = 0;
         std::string body, pieces;
         HttpClient::HeaderMap headers;
-        const bool sent = client.sendRequest(&connection, request.method, 0, {}, request.target.c_str(),
+        const bool sent = client.sendRequest(&connection, request.method, 0, request.headers, request.target.c_str(),
                                              request.body.c_str(), request.body.size(), request.user, request.password,
                                              request.keepAlive, 0) == HttpClient::SUCCESS;
         int result =
@@ -208,12 +209,13 @@ TEST_F(HttpClientTest, ConnectFailuresThrowReadableErrorsInTime) {
 TEST(HostMapping, TextIsParsedAndNamesCompareWithoutCase) {
     const struct {
         std::string text, resolved;  // what "ROUTER.example:80" goes to after the text; "" for a bad text
-    } rows[] = {{"Router.Example:80:127.0.0.2:8080", "127.0.0.2 8080"},
+    } rows[] = {{"Router.Example:80:127.0.0.2:65535", "127.0.0.2 65535"},
                 {"router.example:80:[::1]:8081", "::1 8081"},
                 {"router.example:80:127.0.0.1", ""},
                 {"router.example:x:127.0.0.1:80", ""},
                 {"router.example:80:[::1:80", ""},
-                {":80:a:80", ""}};
+                {":80:a:80", ""},
+                {"router.example:80", ""}};
     for (const auto& row : rows) {
         std::string error, address, port;
         linux_platform::clearHostMappings();
@@ -222,6 +224,8 @@ TEST(HostMapping, TextIsParsedAndNamesCompareWithoutCase) {
         linux_platform::resolveMappedHost("ROUTER.example", "80", address, port);
         EXPECT_EQ(address + " " + port, row.resolved.empty() ? "ROUTER.example 80" : row.resolved) << row.text;
     }
+    std::string address, port;  // a program's address option, which may leave out the port
+    EXPECT_TRUE(linux_platform::parseAddressAndPort("[::1]", "80", address, port) && address + " " + port == "::1 80");
 }
 
 // A router that drops a connection while it is idle costs one new connection: noticed before
@@ -260,6 +264,7 @@ TEST_F(HttpClientTest, KeptConnectionThatTheRouterClosedIsReplacedOnce) {
     router.queueReply(hangUp);
     EXPECT_EQ(exchange(connection, {HttpClient::POST})["result"], "failure");
     EXPECT_EQ(router.requestCount(), 5u);
+    EXPECT_EQ(router.requests().at(4).header("Content-Length"), "0") << "a POST without a body";
 
     EXPECT_EQ(exchange(connection)["body"], "GET");
     router.queueReply({200, {}, {}, true, std::string("HTTP/1.1 200 OK\r\n")});
@@ -271,26 +276,74 @@ TEST_F(HttpClientTest, KeptConnectionThatTheRouterClosedIsReplacedOnce) {
     tooLarge.body.assign(16u << 20, 'x');
     EXPECT_EQ(exchange(connection, tooLarge)["result"], "failure");
     EXPECT_TRUE(log.contains("HTTP exchange with fritz.box:80 failed: cannot send the request"));
+    EXPECT_EQ(router.connectionCount(), 5u) << "a POST the router cut off is not sent again";
+}
+
+// A host or a caller's header that would end a line of the head early, or a header without a name,
+// fails the request before a byte is sent, also when a mapping makes such a host reachable. The
+// answer, or the rest of its body, read on another connection than its request's fails and is left
+// for the right one.
+TEST_F(HttpClientTest, CallerMistakesFailWithoutHarm) {
+    router.mapAs("fritz.box\r\nX-Injected: 1", "80");
+    const std::pair<std::string, HttpClient::HeaderMap> rows[] = {{"fritz.box\r\nX-Injected: 1", {}},
+                                                                  {"fritz.box", {{"", "x"}}},
+                                                                  {"fritz.box", {{"X\r\nY", "1"}}},
+                                                                  {"fritz.box", {{"X", "1\nY: 2"}}}};
+    SecureConnection connection(context, "fritz.box", "80", 5, 5, true);
+    for (const auto& [host, headers] : rows) {
+        HttpClient client;
+        client.setDestinationHost(host, "80");
+        EXPECT_EQ(client.sendRequest(&connection, HttpClient::GET, 0, headers, "/", nullptr, 0, "", "", 1, 0),
+                  HttpClient::FAILURE)
+            << host << " " << (headers.empty() ? "" : headers.begin()->first);
+    }
+    EXPECT_EQ(router.requestCount(), 0u);
+
+    SecureConnection other(context, "fritz.box", "80", 5, 5, true);
+    HttpClient client;
+    ASSERT_EQ(client.sendRequest(&connection, HttpClient::GET, 0, {}, "/", nullptr, 0, "", "", 1, 0),
+              HttpClient::SUCCESS);
+    std::string body;
+    HttpClient::eStatusCode status;
+    int length;
+    HttpClient::HeaderMap headers;
+    EXPECT_EQ(client.readResponse(&other, body, 100, status, length, headers), HttpClient::FAILURE);
+    EXPECT_EQ(client.readResponse(&connection, body, 1, status, length, headers), HttpClient::MORE_DATA);
+    EXPECT_EQ(client.readMoreData(&other, body, 100), HttpClient::FAILURE);
+    EXPECT_EQ(client.readMoreData(&connection, body, 100), HttpClient::SUCCESS);
+    EXPECT_EQ(body, "GET");
+    EXPECT_EQ(client.readMoreData(&connection, body, 100), HttpClient::SUCCESS) << "complete already";
+    EXPECT_EQ(client.readMoreData(&other, body, 100), HttpClient::FAILURE);
 }
 
 // A redirect to another host reaches that host, and the next request to the router goes back to
 // it, whichever of the two the connection was first opened to. The request there names its port,
-// sends a body and credentials and asks to close the connection.
+// sends a body, credentials and the caller's headers (framing ones the client's own) and asks to
+// close the connection.
 TEST_F(HttpClientTest, EveryRequestReachesTheHostItNames) {
     ScriptedRouter other([](const ReceivedRequest&) { return ScriptedReply{200, {}, "other"}; });
     other.mapAs("other.test", "8080");
-    const Request toOther{HttpClient::POST, "/login.lua", "other.test", "8080", "a=1", "user", "pass", false};
+    Request toOther{HttpClient::POST, "/login.lua", "other.test", "8080", "a=1", "user", "pass", false};
+    toOther.headers = {{"Content-Length", "99"}, {"Transfer-Encoding", "chunked"}, {"X-Caller", "kept"}};
     for (const Request& first : {Request{}, toOther}) {
         SecureConnection connection(context, first.host, first.port, 5, 5, true);
         EXPECT_EQ(exchange(connection)["body"], "GET");
         EXPECT_EQ(exchange(connection, toOther)["body"], "other");
         EXPECT_FALSE(connection.isUsable()) << "the request asked to close the connection";
         EXPECT_EQ(exchange(connection)["body"], "GET");
-        EXPECT_EQ(exchange(connection)["body"], "GET");
+        EXPECT_EQ(exchange(connection, {HttpClient::GET, "/path", "fritz.box", "80", "q"})["body"], "GET");
     }
+    // Content-Length goes with a body, and with every POST or PUT.
+    EXPECT_EQ(router.requests().at(0).header("Content-Length") + "|" + router.requests().at(2).header("Content-Length"),
+              "|1");
     const ReceivedRequest sent = other.requests().at(0);
-    EXPECT_EQ(sent.method + " " + sent.body + " " + sent.header("Host") + " " + sent.header("Authorization"),
-              "POST a=1 other.test:8080 Basic dXNlcjpwYXNz");
+    std::string head = sent.method + " " + sent.body;
+    for (const auto& [name, value] : sent.headers) {
+        head += "|" + name + ": " + value;
+    }
+    EXPECT_EQ(head,
+              "POST a=1|Host: other.test:8080|X-Caller: kept|Content-Length: 3|Connection: close|"
+              "Authorization: Basic dXNlcjpwYXNz");
     EXPECT_EQ(router.requestCount(), 6u);
     // Kept alive between the two requests to the router that follow each other.
     EXPECT_EQ(router.connectionCount(), 4u);

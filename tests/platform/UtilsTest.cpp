@@ -9,6 +9,7 @@
 
 #include "ClientUtils.h"
 #include "Cryptographer.h"
+#include "HardwareVersion.h"
 #include "LinuxPlatform.h"
 #include "Logging.h"
 #include "Serializer.h"
@@ -134,6 +135,24 @@ TEST(Logging, LevelComesFromTheEnvironmentUntilSet) {
     }
     ::unsetenv("FRITZBOX_LOG_LEVEL");
     linux_platform::resetLogLevel();
+}
+
+// Until a program sets one, the phone model comes from FRITZBOX_PHONE_MODEL, in any case.
+TEST(PhoneModel, ComesFromTheEnvironmentUntilSet) {
+    const std::pair<const char*, std::string> rows[] = {
+        {nullptr, "000"}, {"TERN", "100"}, {"gull", "010"}, {"Wren", "001"}, {"robin", "000"}};
+    for (const auto& [text, answers] : rows) {  // answers: is_Tern, is_Gull_any, is_Wren_any
+        text != nullptr ? ::setenv("FRITZBOX_PHONE_MODEL", text, 1) : ::unsetenv("FRITZBOX_PHONE_MODEL");
+        linux_platform::resetPhoneModel();
+        EXPECT_EQ(std::to_string(HardwareVersion::is_Tern()) + std::to_string(HardwareVersion::is_Gull_any()) +
+                      std::to_string(HardwareVersion::is_Wren_any()),
+                  answers)
+            << (text != nullptr ? text : "unset");
+    }
+    linux_platform::setPhoneModel(linux_platform::PhoneModel::Gull);
+    EXPECT_TRUE(HardwareVersion::is_Gull_any()) << "set, whatever the environment says";
+    ::unsetenv("FRITZBOX_PHONE_MODEL");
+    linux_platform::resetPhoneModel();
 }
 
 // Without a sink a line goes to stderr in the phone's format, a message far longer than any fixed

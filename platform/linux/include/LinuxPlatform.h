@@ -74,6 +74,8 @@ enum class PhoneModel { Other, Tern, Gull, Wren };
 // FRITZBOX_PHONE_MODEL (tern, gull, wren; anything else or unset means Other).
 void setPhoneModel(PhoneModel model);
 PhoneModel phoneModel();
+// Forgets the model set, so that the environment variable is read again.
+void resetPhoneModel();
 // "tern", "gull", "wren", "other" (case-insensitive); false for anything else.
 bool parsePhoneModel(const std::string& text, PhoneModel& model);
 
