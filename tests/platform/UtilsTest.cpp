@@ -97,6 +97,7 @@ TEST(Storage, DeletesTreesAndLinksButNeverWhatTheyPointTo) {
     ASSERT_TRUE(Storage::makeDir(outside));
     EXPECT_TRUE(Storage::makeDir(outside));  // already there
     std::ofstream(outside + "/keep.txt") << "precious";
+    EXPECT_FALSE(Storage::makeDir(outside + "/keep.txt")) << "a file is no directory";
     ASSERT_TRUE(Storage::makeDir(tree + "/a/b"));
     std::ofstream(tree + "/a/b/file.txt") << "x";
     ASSERT_EQ(::symlink(outside.c_str(), (tree + "/a/dirlink").c_str()), 0);
