@@ -183,6 +183,16 @@ TEST_F(HttpClientTest, ConnectFailuresThrowReadableErrorsInTime) {
     ASSERT_TRUE(!silentDns || ::bind(nameServer, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0);
     const std::string closedPort = std::to_string(ScriptedRouter().port());  // nobody listens there now
     linux_platform::mapHost("closed.box", "80", "127.0.0.1", closedPort);
+    // A listener whose queue (of one) is full drops the SYN of every further connect, which then times out.
+    const int full = ::socket(AF_INET, SOCK_STREAM, 0), queued = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in bound = address;
+    socklen_t size = sizeof bound;
+    bound.sin_port = 0;
+    const auto boundAddress = reinterpret_cast<sockaddr*>(&bound);
+    ASSERT_TRUE(::bind(full, boundAddress, size) == 0 && ::listen(full, 0) == 0 &&
+                ::getsockname(full, boundAddress, &size) == 0 && ::connect(queued, boundAddress, size) == 0);
+    const std::string fullPort = std::to_string(ntohs(bound.sin_port));
+    linux_platform::mapHost("full.box", "80", "127.0.0.1", fullPort);
     const struct {
         std::string host;
         bool plainText;
@@ -190,6 +200,7 @@ TEST_F(HttpClientTest, ConnectFailuresThrowReadableErrorsInTime) {
     } rows[] = {{"closed.box", true, "closed.box:80 (127.0.0.1:" + closedPort + "): Connection refused"},
                 {"no-such-host.invalid", true,
                  silentDns ? "no answer from the name service in time" : "cannot resolve host 'no-such-host.invalid'"},
+                {"full.box", true, "full.box:80 (127.0.0.1:" + fullPort + "): timed out"},
                 {"fritz.box", false, "TLS is not available"}};
     for (const auto& row : rows) {
         const auto start = std::chrono::steady_clock::now();
@@ -203,6 +214,8 @@ TEST_F(HttpClientTest, ConnectFailuresThrowReadableErrorsInTime) {
     }
     EXPECT_EQ(linux_platform::transportStats().connectionsOpened, 0u);
     ::close(nameServer);
+    ::close(queued);
+    ::close(full);
 }
 
 TEST(HostMapping, TextIsParsedAndNamesCompareWithoutCase) {
