@@ -115,6 +115,17 @@ std::string decode(const std::string& text) {
     return bytes;
 }
 
+// A socket listening on 127.0.0.1 with a queue of one connection; its port goes to `port`.
+int loopbackListener(std::string& port) {
+    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{AF_INET, 0, {htonl(INADDR_LOOPBACK)}, {}};
+    socklen_t size = sizeof address;
+    const auto name = reinterpret_cast<sockaddr*>(&address);
+    EXPECT_TRUE(::bind(fd, name, size) == 0 && ::listen(fd, 0) == 0 && ::getsockname(fd, name, &size) == 0);
+    port = std::to_string(ntohs(address.sin_port));
+    return fd;
+}
+
 std::vector<std::string> replyNames() {
     std::vector<std::string> names;
     for (const auto& entry : std::filesystem::directory_iterator(FRITZBOX_REPLIES_DIR)) {
@@ -184,15 +195,10 @@ TEST_F(HttpClientTest, ConnectFailuresThrowReadableErrorsInTime) {
     const std::string closedPort = std::to_string(ScriptedRouter().port());  // nobody listens there now
     linux_platform::mapHost("closed.box", "80", "127.0.0.1", closedPort);
     // A listener whose queue (of one) is full drops the SYN of every further connect, which then times out.
-    const int full = ::socket(AF_INET, SOCK_STREAM, 0), queued = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in bound = address;
-    socklen_t size = sizeof bound;
-    bound.sin_port = 0;
-    const auto boundAddress = reinterpret_cast<sockaddr*>(&bound);
-    ASSERT_TRUE(::bind(full, boundAddress, size) == 0 && ::listen(full, 0) == 0 &&
-                ::getsockname(full, boundAddress, &size) == 0 && ::connect(queued, boundAddress, size) == 0);
-    const std::string fullPort = std::to_string(ntohs(bound.sin_port));
+    std::string fullPort;
+    const int full = loopbackListener(fullPort);
     linux_platform::mapHost("full.box", "80", "127.0.0.1", fullPort);
+    const SecureConnection queued(context, "full.box", "80", 2, 2, true);
     const struct {
         std::string host;
         bool plainText;
@@ -212,9 +218,8 @@ TEST_F(HttpClientTest, ConnectFailuresThrowReadableErrorsInTime) {
         }
         EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(3)) << row.host;
     }
-    EXPECT_EQ(linux_platform::transportStats().connectionsOpened, 0u);
+    EXPECT_EQ(linux_platform::transportStats().connectionsOpened, 1u) << "only the one that fills the queue";
     ::close(nameServer);
-    ::close(queued);
     ::close(full);
 }
 
@@ -255,6 +260,16 @@ TEST_F(HttpClientTest, KeptConnectionThatTheRouterClosedIsReplacedOnce) {
     SecureConnection fresh(context, "gone.box", "80", 5, 5, true);
     gone.reset();
     EXPECT_TRUE(turnsUnusable(fresh)) << "a connection that never carried an exchange";
+    std::string resetPort;
+    const int resetting = loopbackListener(resetPort);
+    linux_platform::mapHost("reset.box", "80", "127.0.0.1", resetPort);
+    SecureConnection reset(context, "reset.box", "80", 5, 5, true);
+    const int accepted = ::accept(resetting, nullptr, nullptr);
+    const linger abort{1, 0};  // closing then resets the connection, which loopback reports at once
+    ::setsockopt(accepted, SOL_SOCKET, SO_LINGER, &abort, sizeof abort);
+    ::close(accepted);
+    ::close(resetting);
+    EXPECT_FALSE(reset.isUsable()) << "a connection the router reset";
 
     testsupport::LogCapture log(4);
     SecureConnection connection(context, "fritz.box", "80", 5, 5, true);
