@@ -156,7 +156,12 @@ TEST_P(ReplyTest, EndsAsTheFileSays) {
     }
     router.queueReply(reply);
     testsupport::LogCapture log(4);
-    SecureConnection connection(context, "fritz.box", "80", 5, 5, true);
+    // "time-outs: 0": a caller that leaves both time-outs to the platform, with no test override of them.
+    const unsigned timeouts = fields["time-outs"] == "0" ? 0 : 5;
+    if (timeouts == 0) {
+        linux_platform::setTimeLimitOverrides({0, 0, 1000, 500, 40});
+    }
+    SecureConnection connection(context, "fritz.box", "80", timeouts, timeouts, true);
     Request request{fields["request"] == "HEAD" ? HttpClient::HEAD : HttpClient::GET, fields["target"]};
     request.reads = std::strtoul(fields["reads"].c_str(), nullptr, 10);
     Outcome seen = exchange(connection, request);
@@ -168,7 +173,7 @@ TEST_P(ReplyTest, EndsAsTheFileSays) {
         seen["log"] += at == std::string::npos ? "" : record.message.substr(at + 9);
     }
     for (const auto& [key, value] : fields) {
-        if (key != "request" && key != "target" && key != "pace-ms" && key != "reads") {
+        if (key != "request" && key != "target" && key != "pace-ms" && key != "reads" && key != "time-outs") {
             ASSERT_EQ(seen.count(key), 1u) << "unknown field " << key;
             EXPECT_TRUE(seen[key] == value)
                 << key << ": " << seen[key].substr(0, 100) << " (" << seen[key].size() << " bytes)";
