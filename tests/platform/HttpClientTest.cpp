@@ -92,7 +92,8 @@ protected:
 
 // ---- replies/*.http: header fields ("name: value", "#" comments), a line "--", then the bytes
 // on the wire, one piece per line without its line break; \r \n \t \\ \xHH are escapes, a line
-// "%repeat N TEXT" stands for TEXT N times and a last line "%close" hangs up after the bytes.
+// "%repeat N TEXT" stands for TEXT N times and a last line "%close" hangs up after the bytes
+// ("%reset" with a reset).
 
 std::string decode(const std::string& text) {
     std::string bytes;
@@ -151,7 +152,8 @@ TEST_P(ReplyTest, EndsAsTheFileSays) {
     }
     ScriptedReply reply{200, {}, {}, false, std::string(), std::atoi(fields["pace-ms"].c_str())};
     while (std::getline(in, line)) {
-        reply.closeAfter = line == "%close";
+        reply.resetAfter = line == "%reset";
+        reply.closeAfter = line == "%close" || reply.resetAfter;
         *reply.raw += reply.closeAfter ? "" : decode(line);
     }
     router.queueReply(reply);
