@@ -205,7 +205,7 @@ TEST_F(HttpClientTest, ConnectFailuresThrowReadableErrorsInTime) {
     std::string fullPort;
     const int full = loopbackListener(fullPort);
     linux_platform::mapHost("full.box", "80", "127.0.0.1", fullPort);
-    const SecureConnection queued(context, "full.box", "80", 2, 2, true);
+    SecureConnection queued(context, "full.box", "80", 2, 2, true);
     const struct {
         std::string host;
         bool plainText;
@@ -225,6 +225,10 @@ TEST_F(HttpClientTest, ConnectFailuresThrowReadableErrorsInTime) {
         }
         EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(3)) << row.host;
     }
+    // Nobody takes the bytes sent on the queued connection: sending ends at the I/O time-out.
+    Request unread{HttpClient::POST, "/path", "full.box"};
+    unread.body.assign(16u << 20, 'x');
+    EXPECT_EQ(exchange(queued, unread)["result"], "failure");
     EXPECT_EQ(linux_platform::transportStats().connectionsOpened, 1u) << "only the one that fills the queue";
     ::close(nameServer);
     ::close(full);
