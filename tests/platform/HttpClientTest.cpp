@@ -219,8 +219,7 @@ TEST_F(HttpClientTest, ConnectFailuresThrowReadableErrorsInTime) {
         EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(3)) << row.host;
     }
     // Nobody takes the bytes sent on the queued connection: sending ends at the I/O time-out.
-    Request unread{HttpClient::POST, "/path", "full.box"};
-    unread.body.assign(16u << 20, 'x');
+    const Request unread{HttpClient::POST, "/path", "full.box", "80", std::string(16u << 20, 'x')};
     EXPECT_EQ(exchange(queued, unread)["result"], "failure");
     EXPECT_EQ(linux_platform::transportStats().connectionsOpened, 1u) << "only the one that fills the queue";
     ::close(nameServer);
