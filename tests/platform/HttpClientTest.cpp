@@ -93,7 +93,8 @@ protected:
 
 // ---- replies/*.http: header fields ("name: value", "#" comments), a line "--", then the bytes
 // on the wire, one piece per line without its line break; \r \n \t \\ \xHH are escapes, a line
-// "%repeat N TEXT" stands for TEXT N times and a last line "%close" hangs up after the bytes.
+// "%repeat N TEXT" stands for TEXT N times and a last line "%close" hangs up after the bytes
+// ("%reset" with a reset).
 
 std::string decode(const std::string& text) {
     std::string bytes;
@@ -114,6 +115,17 @@ std::string decode(const std::string& text) {
         }
     }
     return bytes;
+}
+
+// A socket listening on 127.0.0.1 with a queue of one connection, where `host`:80 now leads.
+int listenAs(const std::string& host) {
+    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{AF_INET, 0, {htonl(INADDR_LOOPBACK)}, {}};
+    socklen_t size = sizeof address;
+    const auto name = reinterpret_cast<sockaddr*>(&address);
+    EXPECT_TRUE(::bind(fd, name, size) == 0 && ::listen(fd, 0) == 0 && ::getsockname(fd, name, &size) == 0);
+    linux_platform::mapHost(host, "80", "127.0.0.1", std::to_string(ntohs(address.sin_port)));
+    return fd;
 }
 
 std::vector<std::string> replyNames() {
@@ -141,7 +153,8 @@ TEST_P(ReplyTest, EndsAsTheFileSays) {
     }
     ScriptedReply reply{200, {}, {}, false, std::string(), std::atoi(fields["pace-ms"].c_str())};
     while (std::getline(in, line)) {
-        reply.closeAfter = line == "%close";
+        reply.resetAfter = line == "%reset";
+        reply.closeAfter = line == "%close" || reply.resetAfter;
         *reply.raw += reply.closeAfter ? "" : decode(line);
     }
     router.queueReply(reply);
@@ -184,6 +197,9 @@ TEST_F(HttpClientTest, ConnectFailuresThrowReadableErrorsInTime) {
     ASSERT_TRUE(!silentDns || ::bind(nameServer, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0);
     const std::string closedPort = std::to_string(ScriptedRouter().port());  // nobody listens there now
     linux_platform::mapHost("closed.box", "80", "127.0.0.1", closedPort);
+    // A listener whose queue (of one) is full drops the SYN of every further connect, which then times out.
+    const int full = listenAs("full.box");
+    SecureConnection queued(context, "full.box", "80", 2, 2, true);
     const struct {
         std::string host;
         bool plainText;
@@ -191,6 +207,7 @@ TEST_F(HttpClientTest, ConnectFailuresThrowReadableErrorsInTime) {
     } rows[] = {{"closed.box", true, "closed.box:80 (127.0.0.1:" + closedPort + "): Connection refused"},
                 {"no-such-host.invalid", true,
                  silentDns ? "no answer from the name service in time" : "resolve host 'no-such-host.invalid': "},
+                {"full.box", true, "): timed out"},
                 {"fritz.box", false, "TLS is not available"}};
     for (const auto& row : rows) {
         const auto start = std::chrono::steady_clock::now();
@@ -202,8 +219,12 @@ TEST_F(HttpClientTest, ConnectFailuresThrowReadableErrorsInTime) {
         }
         EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(3)) << row.host;
     }
-    EXPECT_EQ(linux_platform::transportStats().connectionsOpened, 0u);
+    // Nobody takes the bytes sent on the queued connection: sending ends at the I/O time-out.
+    const Request unread{HttpClient::POST, "/path", "full.box", "80", std::string(16u << 20, 'x')};
+    EXPECT_EQ(exchange(queued, unread)["result"], "failure");
+    EXPECT_EQ(linux_platform::transportStats().connectionsOpened, 1u) << "only the one that fills the queue";
     ::close(nameServer);
+    ::close(full);
 }
 
 TEST(HostMapping, TextIsParsedAndNamesCompareWithoutCase) {
@@ -233,25 +254,22 @@ TEST(HostMapping, TextIsParsedAndNamesCompareWithoutCase) {
 // part of the answer, or while a request is still being sent, fails the exchange; a POST is never
 // sent twice.
 TEST_F(HttpClientTest, KeptConnectionThatTheRouterClosedIsReplacedOnce) {
-    // The router's FIN crosses loopback at once; the bound only keeps a broken build from hanging.
-    const auto turnsUnusable = [](const SecureConnection& connection) {
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
-        while (connection.isUsable() && std::chrono::steady_clock::now() < deadline) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        }
-        return !connection.isUsable();
-    };
-    auto gone = std::make_unique<ScriptedRouter>();
-    gone->mapAs("gone.box", "80");
-    SecureConnection fresh(context, "gone.box", "80", 5, 5, true);
-    gone.reset();
-    EXPECT_TRUE(turnsUnusable(fresh)) << "a connection that never carried an exchange";
+    // A connection that never carried an exchange, reset by the router while idle.
+    const int resetting = listenAs("reset.box");
+    SecureConnection reset(context, "reset.box", "80", 5, 5, true);
+    ::close(resetting);  // resets the connection it never accepted, which loopback reports at once
+    EXPECT_FALSE(reset.isUsable()) << "a connection the router reset";
 
     testsupport::LogCapture log(4);
     SecureConnection connection(context, "fritz.box", "80", 5, 5, true);
     router.queueReply({200, {}, {}, true, std::string("HTTP/1.1 200 OK\r\nContent-Length: 2\r\n\r\nok")});
     EXPECT_EQ(exchange(connection)["body"], "ok");
-    EXPECT_TRUE(turnsUnusable(connection));
+    // The router's FIN crosses loopback at once; the bound only keeps a broken build from hanging.
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+    while (connection.isUsable() && std::chrono::steady_clock::now() < deadline) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    EXPECT_FALSE(connection.isUsable());
     EXPECT_EQ(exchange(connection)["body"], "GET");
     EXPECT_EQ(router.connectionCount(), 2u);
 

@@ -165,6 +165,8 @@ void ScriptedRouter::serve(std::size_t connection, int fd) {
     for (std::string buffer; readRequest(fd, buffer, request);) {
         const ScriptedReply reply = replyFor(request);
         if (!sendReply(fd, reply) || reply.closeAfter) {
+            const linger abort{reply.resetAfter ? 1 : 0, 0};  // lingering for 0 s makes close() reset
+            ::setsockopt(fd, SOL_SOCKET, SO_LINGER, &abort, sizeof abort);
             break;
         }
     }

@@ -26,6 +26,7 @@ struct ScriptedReply {
     bool closeAfter = false;           // hang up after the reply ("Connection: close" unless raw)
     std::optional<std::string> raw{};  // when set, sent verbatim instead of all of the above
     int paceMs = 0;                    // the reply's bytes one at a time, this far apart
+    bool resetAfter = false;           // with closeAfter: hang up with a reset (RST), not an orderly end
 };
 
 struct ReceivedRequest {
