@@ -4,7 +4,7 @@
 #   host-platform-symbols  what the host's platform must define (any build: the names do not
 #                          depend on the target or the optimisation level)
 #   runtime-versions       the highest symbol versions asked of libstdc++, libc and libgcc
-#   platform-layouts       the output of the layout program (tests/consumer/platform_layout.cpp)
+#   platform-layouts       the output of the layout program (scripts/platform-layout.cpp)
 #   runtime-symbols        every runtime symbol; written by "update", never compared, because the
 #                          optimisation level changes which inline std:: code calls the runtime
 # The last three are the 32-bit ARM target's and are handled only when a layout command is given.
