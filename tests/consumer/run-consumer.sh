@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # The module as an integrator receives it: installs the build's "module" component, moves the
 # prefix (the package must be relocatable), checks its pkg-config file, builds tests/consumer/host
-# against it with find_package and runs that (under EMULATOR when given) against the simulator.
+# against it with find_package, compares the package's platform ABI probe built there with the
+# package's baseline, and runs the host (under EMULATOR when given) against the simulator.
 # Usage: run-consumer.sh BUILD_DIR ROUTER_SIM PLATFORM_LIB PLATFORM_INCLUDE_DIR [CMAKE_ARG...] [-- EMULATOR...]
 set -euo pipefail
 
@@ -27,6 +28,7 @@ fi
 cmake -S "$here/host" -B "$work/build" -G Ninja -DCMAKE_PREFIX_PATH="$work/prefix" "${platform[@]}" \
     "${cmake_args[@]}" >"$work/configure.log" || { cat "$work/configure.log" && exit 1; }
 cmake --build "$work/build" >"$work/build.log" || { cat "$work/build.log" && exit 1; }
+cmake --build "$work/build" --target platform-abi-check >"$work/abi.log" || { cat "$work/abi.log" && exit 1; }
 
 "$sim" --port 0 --data "$here/../../data/sample-router" >"$work/sim.out" 2>&1 &
 sim_pid=$!
