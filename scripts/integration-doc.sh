@@ -3,19 +3,24 @@
 # sits between "<!-- begin NAME -->" and "<!-- end NAME -->" as a text block:
 #   host-platform-symbols  what the host's platform must define (any build: the names do not
 #                          depend on the target or the optimisation level)
+#   platform-layouts       sizes, CallInfo's member offsets and the virtual function slots of the
+#                          platform objects the module compiles in, read from the 32-bit ARM
+#                          platform ABI baseline (abi/platform-armhf.abi, which platform_abi_check
+#                          holds to the headers): any build
 #   runtime-versions       the highest symbol versions asked of libstdc++, libc and libgcc
-#   platform-layouts       the output of the layout program (scripts/platform-layout.cpp)
 #   runtime-symbols        every runtime symbol; written by "update", never compared, because the
 #                          optimisation level changes which inline std:: code calls the runtime
-# The last three are the 32-bit ARM target's and are handled only when a layout command is given.
-# Usage: integration-doc.sh check|update <doc.md> <lib.so> <nm-tool> [layout-command ...]
+# The last two are the 32-bit ARM target's and are handled only with --runtime.
+# Usage: integration-doc.sh check|update <doc.md> <lib.so> <nm-tool> <platform-armhf.abi> [--runtime]
 set -euo pipefail
 
-mode=${1:?usage: integration-doc.sh check|update <doc.md> <lib.so> <nm-tool> [layout-command ...]}
-doc=${2:?doc}
-lib=${3:?lib}
-nm_tool=${4:?nm-tool}
-shift 4
+usage="usage: integration-doc.sh check|update <doc.md> <lib.so> <nm-tool> <platform-armhf.abi> [--runtime]"
+mode=${1:?$usage}
+doc=${2:?$usage}
+lib=${3:?$usage}
+nm_tool=${4:?$usage}
+abi=${5:?$usage}
+runtime=${6:-}
 here=$(dirname "$0")
 symbols=$("$here/host-symbols.sh" "$lib" "$nm_tool")
 
@@ -27,6 +32,52 @@ runtime_versions() {
     grep -oE '@[A-Z_]+_[0-9.]+$' <<<"$symbols" | tr -d @ | sort -V | awk -F_ '
         { family = $0; sub(/_[0-9.]+$/, "", family); highest[family] = $0 }
         END { for (f in highest) print highest[f] }' | LC_ALL=C sort
+}
+
+# One value of the ABI baseline: an XPath expression's text.
+abi_value() { xmllint --xpath "string($1)" "$abi"; }
+
+# A class of the ABI baseline: its size, its base classes, and its own virtual functions with their
+# vtable slots (a destructor without one: the complete and the deleting destructor take slots 0
+# and 1).
+layout_row() {  # display name (the baseline's name is the part after the last ::)
+    local class="//class-decl[@name='${1##*::}' and @size-in-bits]" bits bases='' virtuals='' count i slot name
+    bits=$(abi_value "$class/@size-in-bits")
+    [ -n "$bits" ] || { echo "integration-doc: $abi describes no class $1" >&2 && exit 1; }
+    count=$(abi_value "count($class/base-class)")
+    for i in $(seq "$count"); do
+        name=$(abi_value "//class-decl[@id=string($class/base-class[$i]/@type-id)]/@name")
+        bases+="${bases:+, }$name"
+    done
+    count=$(abi_value "count($class/member-function[@vtable-offset])")
+    for i in $(seq "$count"); do
+        slot=$(abi_value "$class/member-function[@vtable-offset][$i]/@vtable-offset")
+        name=$(abi_value "$class/member-function[@vtable-offset][$i]/function-decl/@name")
+        [ "$slot" -ge 0 ] && name="$slot $name"
+        virtuals+="${virtuals:+, }$name"
+    done
+    printf '%-36s size %3d%s%s\n' "$1" $((bits / 8)) "${bases:+  base: $bases}" "${virtuals:+  virtual: $virtuals}"
+}
+
+layout_table() {
+    local standard="//class-decl[@size-in-bits and starts-with(@name"
+    printf 'std::string %d, std::list %d, std::multimap %d\n' \
+        $(($(abi_value "$standard, 'basic_string<')]/@size-in-bits") / 8)) \
+        $(($(abi_value "$standard, 'list<')]/@size-in-bits") / 8)) \
+        $(($(abi_value "$standard, 'multimap<')]/@size-in-bits") / 8))
+    local row i members="//class-decl[@name='CallInfo' and @size-in-bits]/data-member"
+    for row in SecurityCertificate SecurityKey CertificateVerificationPolicy OnlineCertStatusPolicy \
+        SecureTransportContext SecureConnection HttpClientIfc HttpClient Cryptographer GPALException \
+        SecureTransportException CallInfo MissedCallItem::MissedCallInfo DialledCallItem::DialledCallInfo \
+        ReceivedCallItem::ReceivedCallInfo CallItem CallItemWithPicture MissedCallItem DialledCallItem \
+        ReceivedCallItem; do
+        layout_row "$row"
+        [ "$row" = CallInfo ] || continue
+        for i in $(seq "$(abi_value "count($members)")"); do
+            printf '    %-32s offset %3d\n' "$(abi_value "$members[$i]/var-decl/@name")" \
+                $(($(abi_value "$members[$i]/@layout-offset-in-bits") / 8))
+        done
+    done
 }
 
 # The text between the markers of NAME in the doc, without the code fence lines.
@@ -58,9 +109,9 @@ handle() {  # name, generated text, compare (yes/no)
 }
 
 handle host-platform-symbols "$(symbol_section "host platform")" yes
-if [ $# -gt 0 ]; then
+handle platform-layouts "$(layout_table)" yes
+if [ "$runtime" = --runtime ]; then
     handle runtime-versions "$(runtime_versions)" yes
-    handle platform-layouts "$("$@")" yes
     handle runtime-symbols "$(grep -v '^host platform' <<<"$symbols" | awk '/^[^ ]/ { on = 1 } on')" no
 fi
 if [ "$failures" -ne 0 ]; then
