@@ -1,6 +1,14 @@
 #pragma once
 // The host's call-log items: one item per remote party and call family, each with the list of
 // the individual calls (call infos) that belong to it.
+//
+// Everything here is inline: the module reads and writes the host's items at the offsets these
+// definitions give, and creates items and call infos itself, so the firmware's definitions must
+// match these member for member (docs/integration.md, "The binary interface"); the std::list and
+// std::string members come from the one libstdc++ both sides share, never in debug mode. The
+// items the module creates carry its own copy of the vtable and typeinfo: the host must not
+// unload the module while it holds any. The members the module does not write keep the defaults
+// given here.
 #include <cstdint>
 #include <list>
 #include <string>
@@ -28,6 +36,8 @@ struct Redirecting {
     std::string redirectingName;
 };
 
+// The virtual destructor is the items' only virtual function, and the firmware's may have no
+// other: the items the module builds have the module's vtable.
 class CallItem {
 public:
     virtual ~CallItem() = default;

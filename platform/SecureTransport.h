@@ -4,12 +4,24 @@
 //
 // The phone's platform offers TLS through the same classes; the router is spoken to in plain
 // HTTP on port 80, which is what the `plainText` flag of SecureConnection selects.
+//
+// How the module uses them, and what it therefore relies on:
+// - It builds the certificates, the key and the two policies as locals, creates the context and
+//   the connection from them with `new` (our sizeof), and keeps both between requests; the locals
+//   die when that call returns.
+// - Only SecureTransportException, caught by const reference around the two constructors, is
+//   handled. Any other exception from them (GPALException itself, std::runtime_error, ...) and any
+//   exception from the virtual operations or the destructors leaves FritzBox::sync().
+// - It drops them in this order: the context is deleted first, then the connection is asked
+//   isUsable(), closed if it is, and deleted. A connection must not touch its context after its
+//   constructor.
 #include <string>
 
 #include "GPALException.h"
 
 // Thrown when a transport object cannot be built: unknown host, refused connection, time-out,
-// or a setting the platform does not support.
+// or a setting the platform does not support. The only exception the module catches: its what()
+// is logged with %s, so it is never null.
 class SecureTransportException : public GPALException {
 public:
     explicit SecureTransportException(const std::string& message) : GPALException(message) {}
@@ -74,8 +86,13 @@ public:
     virtual ~SecureTransportContextIfc() = default;
 };
 
-// The security settings shared by the connections made from it. It keeps pointers to the two
-// policies, which must outlive the constructor call only.
+// The security settings shared by the connections made from it. It reads its arguments in the
+// constructor only and keeps no pointer or reference to the certificates, the key or the policies:
+// the module's are locals that die right after the constructor, while the context lives on.
+// The module passes empty certificates, SecurityKey("", ""), eTLSv1_2, a default verification
+// policy, OnlineCertStatusPolicy(nullptr, nullptr) and an empty cipher list; the constructor
+// accepts them and throws nothing but SecureTransportException. Deleting the context frees
+// everything it holds.
 class SecureTransportContext : public SecureTransportContextIfc {
 public:
     SecureTransportContext(const SecurityCertificate& clientCertificate, const SecurityKey& clientKey,
@@ -95,9 +112,12 @@ private:
 class SecureConnectionImpl;
 
 // One kept connection to `host`:`port`. The constructor resolves the host (through the platform's
-// host-name mapping first) and connects; it throws SecureTransportException when that fails.
-// `connectTimeoutSeconds` bounds the connect, `ioTimeoutSeconds` every later send or receive.
-// `plainText` true is plain TCP; false would ask for TLS.
+// host-name mapping first) and connects; it throws SecureTransportException, and nothing else,
+// when that fails (unknown host, refused, time-out). `connectTimeoutSeconds` bounds the connect
+// and the name lookup, `ioTimeoutSeconds` every later send or receive (the module passes 5 and 5).
+// `plainText` true is plain TCP, no TLS byte on the wire; false would ask for TLS. The connection
+// carries any number of exchanges, also to other hosts (see HttpClient::setDestinationHost).
+// Deleting it frees its socket and memory: the module drops and rebuilds connections routinely.
 class SecureConnection {
 public:
     SecureConnection(SecureTransportContext& context, const std::string& host, const std::string& port,
@@ -106,9 +126,15 @@ public:
     SecureConnection(const SecureConnection&) = delete;
     SecureConnection& operator=(const SecureConnection&) = delete;
 
-    // False once the peer closed the connection, an I/O error happened, or close() was called.
+    // True for an open connection with nothing pending, also after a complete keep-alive exchange,
+    // so that the login and the fetches share it. False once close() was called, an I/O error
+    // happened, an answer ended the connection (Connection: close, HTTP/1.0), or the peer closed
+    // or reset it while it was idle, without anyone reading: the module asks before and after
+    // every exchange and does not retry a request that went out over a dead connection. Asking
+    // consumes and closes nothing; it does not throw.
     virtual bool isUsable() const;
-    // Closes the connection; it is unusable afterwards.
+    // Closes the connection; it is unusable afterwards. The module calls it only while the
+    // connection is usable, after the context is gone; it does not throw.
     virtual void close();
 
     const std::string& host() const;
