@@ -95,6 +95,8 @@ class HttpClient : public HttpClientIfc {
 public:
     // Constructed with the module's `new`, so within our sizeof; it does not throw.
     HttpClient();
+    // The module deletes the client while the connection it used still exists (the connection
+    // outlives its clients), through the virtual destructor; it frees everything and throws nothing.
     ~HttpClient() override;
     HttpClient(const HttpClient&) = delete;
     HttpClient& operator=(const HttpClient&) = delete;
