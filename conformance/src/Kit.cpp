@@ -1,0 +1,55 @@
+#include "Kit.h"
+
+#include <cstdio>
+
+namespace conformance {
+
+void fail(const std::string& expected, const std::string& came) {
+    throw Failure{"expected " + expected + ", got " + came};
+}
+
+void skip(const std::string& reason) {
+    throw Skipped{reason};
+}
+
+void expectEqual(const std::string& what, const std::string& expected, const std::string& came) {
+    if (came != expected) {
+        fail(what + " " + quoted(expected), quoted(came));
+    }
+}
+
+void expectEqual(const std::string& what, long long expected, long long came) {
+    if (came != expected) {
+        fail(what + " " + std::to_string(expected), std::to_string(came));
+    }
+}
+
+void expectTrue(bool condition, const std::string& expected, const std::string& came) {
+    if (!condition) {
+        fail(expected, came);
+    }
+}
+
+std::string quoted(const std::string& bytes, std::size_t limit) {
+    std::string text;
+    for (const char c : bytes) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (c == '"' || c == '\\') {
+            text += '\\';
+            text += c;
+        } else if (byte >= 0x20 && byte < 0x7f) {
+            text += c;
+        } else {
+            char escape[5];
+            std::snprintf(escape, sizeof escape, "\\x%02x", byte);
+            text += escape;
+        }
+    }
+    if (text.size() > limit) {
+        text = text.substr(0, limit / 2) + "..." + text.substr(text.size() - limit / 2) + " (" +
+               std::to_string(bytes.size()) + " bytes)";
+    }
+    return "\"" + text + "\"";
+}
+
+}  // namespace conformance
