@@ -1,5 +1,6 @@
 #include "Kit.h"
 
+#include <algorithm>
 #include <cstdio>
 
 namespace conformance {
@@ -12,10 +13,29 @@ void skip(const std::string& reason) {
     throw Skipped{reason};
 }
 
+namespace {
+
+// Up to 70 bytes of `bytes` around byte `at`, marked where they are cut.
+std::string excerpt(const std::string& bytes, std::size_t at) {
+    const std::size_t start = at > 30 ? at - 30 : 0;
+    return (start > 0 ? "..." : "") + quoted(bytes.substr(start, 70), 300) + (start + 70 < bytes.size() ? "..." : "") +
+           " (" + std::to_string(bytes.size()) + " bytes)";
+}
+
+}  // namespace
+
 void expectEqual(const std::string& what, const std::string& expected, const std::string& came) {
-    if (came != expected) {
+    if (came == expected) {
+        return;
+    }
+    if (expected.size() <= 80 && came.size() <= 80) {
         fail(what + " " + quoted(expected), quoted(came));
     }
+    const std::size_t differ = static_cast<std::size_t>(
+        std::mismatch(expected.begin(), expected.begin() + std::min(expected.size(), came.size()), came.begin()).first -
+        expected.begin());
+    fail(what + " " + excerpt(expected, differ),
+         excerpt(came, differ) + ", first difference at byte " + std::to_string(differ));
 }
 
 void expectEqual(const std::string& what, long long expected, long long came) {
