@@ -2,11 +2,9 @@
 // past it, the platform's vtables must hold the functions in the order the module calls them, the
 // out-parameters must be written at their width, and the platform's headers must declare what
 // the module was built with.
-#include <cxxabi.h>
 #include <dlfcn.h>
 
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <map>
 
@@ -99,10 +97,7 @@ std::vector<std::string> slotNames(const void* object, std::size_t slots) {
         std::string name;
         if (::dladdr(vtable[slot], &info) != 0 && info.dli_sname != nullptr &&
             (reinterpret_cast<std::uintptr_t>(info.dli_saddr) & ~std::uintptr_t{1}) == address) {
-            int status = 0;
-            char* demangled = abi::__cxa_demangle(info.dli_sname, nullptr, nullptr, &status);
-            name = status == 0 ? demangled : info.dli_sname;
-            std::free(demangled);
+            name = demangled(info.dli_sname);
             name = name.substr(0, name.find_first_of("(["));  // parameters, and tags such as [abi:cxx11]
             name = name.substr(name.rfind("::") == std::string::npos ? 0 : name.rfind("::") + 2);
         }

@@ -74,7 +74,7 @@ void refusedThrows(Context& context) {
         return;
     } catch (const GPALException& exception) {
         fail("SecureTransportException for a refused connection (the module catches nothing else)",
-             std::string("another GPALException: ") + typeid(exception).name() + ": " + exception.what());
+             "another GPALException: " + demangled(typeid(exception).name()) + ": " + exception.what());
     }
     fail("SecureTransportException for a refused connection", "a connection object");
 }

@@ -1,7 +1,9 @@
 #include "Kit.h"
 
+#include <cxxabi.h>
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 
 namespace conformance {
 
@@ -48,6 +50,14 @@ void expectTrue(bool condition, const std::string& expected, const std::string& 
     if (!condition) {
         fail(expected, came);
     }
+}
+
+std::string demangled(const char* mangledName) {
+    int status = 0;
+    char* name = abi::__cxa_demangle(mangledName, nullptr, nullptr, &status);
+    const std::string text = status == 0 && name != nullptr ? name : mangledName;
+    std::free(name);
+    return text;
 }
 
 std::string quoted(const std::string& bytes, std::size_t limit) {

@@ -65,6 +65,9 @@ void expectEqual(const std::string& what, const std::string& expected, const std
 void expectEqual(const std::string& what, long long expected, long long came);
 void expectTrue(bool condition, const std::string& expected, const std::string& came);
 
+// A C++ name as the source spells it ("GPALException" for "13GPALException").
+std::string demangled(const char* mangledName);
+
 // `bytes` as a C string literal (escapes for control and non-ASCII bytes), cut in the middle when
 // longer than `limit` characters, so that a report line stays readable.
 std::string quoted(const std::string& bytes, std::size_t limit = 80);

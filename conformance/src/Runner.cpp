@@ -12,7 +12,6 @@
 #include <chrono>
 #include <csignal>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <exception>
 #include <typeinfo>
@@ -29,14 +28,7 @@ int g_verdictFd = -1;
 
 std::string currentExceptionType() {
     const std::type_info* type = abi::__cxa_current_exception_type();
-    if (type == nullptr) {
-        return "an unknown type";
-    }
-    int status = 0;
-    char* name = abi::__cxa_demangle(type->name(), nullptr, nullptr, &status);
-    std::string text = status == 0 && name != nullptr ? name : type->name();
-    std::free(name);
-    return text;
+    return type != nullptr ? demangled(type->name()) : "an unknown type";
 }
 
 void writeAll(int fd, const std::string& bytes) {
