@@ -27,7 +27,7 @@ RouterScript answeringOk() {
 
 void httpClientInBounds(Context& context) {
     LoopbackRouter router(context, answeringOk());
-    Transport transport("fritz.box");
+    Transport transport(kRouterHost);
     GuardedMemory memory;
     HttpClient* client = memory.make<HttpClient>();
     const Exchange done = exchangeWith(*client, *transport.connection, {});
@@ -43,8 +43,8 @@ void contextInBounds(Context& context) {
                                                                  SecureTransportContextIfc::eTLSv1_2,
                                                                  &inputs.verification, &inputs.onlineStatus, "");
     {
-        SecureConnection connection(*transportContext, "fritz.box", "80", 5, 5, true);
-        expectEqual("the body", "ok", exchange(connection).body);
+        std::unique_ptr<SecureConnection> connection(newConnection(*transportContext, kRouterHost));
+        expectEqual("the body", "ok", exchange(*connection).body);
     }
     transportContext->~SecureTransportContext();
 }
@@ -54,7 +54,8 @@ void connectionInBounds(Context& context) {
     const TransportInputs inputs;
     std::unique_ptr<SecureTransportContext> transportContext(newContext(inputs));
     GuardedMemory memory;
-    auto* connection = memory.make<SecureConnection>(*transportContext, "fritz.box", "80", 5, 5, true);
+    auto* connection =
+        memory.make<SecureConnection>(*transportContext, kRouterHost, "80", kConnectSeconds, kIoSeconds, true);
     expectEqual("the body", "ok", exchange(*connection).body);
     transportContext.reset();
     if (connection->isUsable()) {
@@ -126,7 +127,7 @@ void httpClientSlots(Context&) {
 
 void connectionSlots(Context& context) {
     LoopbackRouter router(context, answeringOk());
-    Transport transport("fritz.box");
+    Transport transport(kRouterHost);
     expectSlots(transport.connection.get(), {"~SecureConnection", "~SecureConnection", "isUsable", "close"});
 }
 
@@ -139,7 +140,7 @@ void contextSlots(Context&) {
 // The status and the length the first read writes, with marker words on both sides of each.
 void outParameterWidths(Context& context) {
     LoopbackRouter router(context, answeringOk());
-    Transport transport("fritz.box");
+    Transport transport(kRouterHost);
     struct {
         std::uint32_t before;
         HttpClientIfc::eStatusCode status;
@@ -149,7 +150,7 @@ void outParameterWidths(Context& context) {
     } guarded;
     std::memset(&guarded, 0xa5, sizeof guarded);
     std::unique_ptr<HttpClient> client(new HttpClient());
-    client->setDestinationHost("fritz.box", "80");
+    client->setDestinationHost(kRouterHost, "80");
     client->sendRequest(transport.connection.get(), HttpClientIfc::GET, 0, {}, "/kit", "", 0, "", "", 1, 0);
     std::string body;
     HttpClientIfc::HeaderMap headers;

@@ -135,15 +135,20 @@ void callList(Context& context) {
     }
 }
 
+// sync(5) true, the token the MD5 of the export alone, the document made of `contacts`.
+void expectDirectory(FritzBox& box, const RouterScript& script, const std::vector<Contact>& contacts) {
+    std::string token;
+    expectTrue(box.sync(Personal, token),
+               "sync(5) true for a " + std::to_string(script.exportXml.size()) + "-byte export", "false");
+    expectEqual("the change token (the MD5 of the export)", md5Hex(script.exportXml), token);
+    expectEqual("the directory document", personalDocument(entriesOf(contacts)), box.getData(Personal));
+}
+
 void directory(Context& context) {
     const std::vector<Contact> contacts = manyContacts(1000);
     const RouterScript script = fritzBox(contacts);
     LoopbackRouter router(context, script);
-    auto box = moduleFor(context, script);
-    std::string token;
-    expectTrue(box->sync(Personal, token), "sync(5) true", "false");
-    expectEqual("the change token (the MD5 of the export)", md5Hex(script.exportXml), token);
-    expectEqual("the directory document", personalDocument(entriesOf(contacts)), box->getData(Personal));
+    expectDirectory(*moduleFor(context, script), script, contacts);
 }
 
 void largeChunkedExport(Context& context) {
@@ -151,12 +156,7 @@ void largeChunkedExport(Context& context) {
     RouterScript script = fritzBox(contacts);
     script.exportChunks = {100000, 7, 262144, 33333};
     LoopbackRouter router(context, script);
-    auto box = moduleFor(context, script);
-    std::string token;
-    expectTrue(box->sync(Personal, token),
-               "sync(5) true for a " + std::to_string(script.exportXml.size()) + "-byte chunked export", "false");
-    expectEqual("the change token", md5Hex(script.exportXml), token);
-    expectEqual("the directory document", personalDocument(entriesOf(contacts)), box->getData(Personal));
+    expectDirectory(*moduleFor(context, script), script, contacts);
 }
 
 void unchangedSecondSync(Context& context) {
@@ -246,13 +246,11 @@ void redirects(Context& context) {
 void redirectToOtherHost(Context& context) {
     const std::vector<Contact> contacts = manyContacts(3);
     RouterScript script = fritzBox(contacts);
-    script.exportRedirectHost = "other.test";
+    script.exportRedirectHost = kOtherHost;
     LoopbackRouter router(context, script);
     auto box = moduleFor(context, script);
+    expectDirectory(*box, script, contacts);
     std::string token;
-    expectTrue(box->sync(Personal, token), "sync(5) true", "false");
-    expectEqual("the change token (the MD5 of the other host's export alone)", md5Hex(script.exportXml), token);
-    expectEqual("the directory", personalDocument(entriesOf(contacts)), box->getData(Personal));
     box->sync(CallLogs, token);
     std::vector<std::string> route;
     for (const RouterEvent& event : router.events()) {
@@ -286,7 +284,7 @@ void refusedLogin(Context& context) {
 }
 
 void unreachableRouter(Context& context) {
-    const RefusingHost nobody(context, "fritz.box");
+    const RefusingHost nobody(context, kRouterHost);
     const RouterScript script = fritzBox();
     auto box = moduleFor(context, script);
     std::string token;

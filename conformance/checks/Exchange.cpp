@@ -10,10 +10,14 @@ SecureTransportContext* newContext(const TransportInputs& inputs) {
                                       "");
 }
 
+SecureConnection* newConnection(SecureTransportContext& context, const std::string& host, unsigned ioSeconds) {
+    return new SecureConnection(context, host, "80", kConnectSeconds, ioSeconds, true);
+}
+
 Transport::Transport(const std::string& host, unsigned ioSeconds) {
     const TransportInputs inputs;
     context.reset(newContext(inputs));
-    connection.reset(new SecureConnection(*context, host, "80", 5, ioSeconds, true));
+    connection.reset(newConnection(*context, host, ioSeconds));
 }
 
 // The module's order: the context goes first, then the connection is closed and deleted.

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "HttpClient.h"
+#include "RouterModel.h"
 #include "SecureTransport.h"
 
 namespace conformance {
@@ -24,16 +25,23 @@ struct TransportInputs {
 
 SecureTransportContext* newContext(const TransportInputs& inputs);
 
+// A connection to `host` port 80 as the module makes it: 5 s to connect, plain TCP; the I/O
+// time-out is the module's 5 s unless a check needs a shorter wait.
+constexpr unsigned kConnectSeconds = 5;
+constexpr unsigned kIoSeconds = 5;
+SecureConnection* newConnection(SecureTransportContext& context, const std::string& host,
+                                unsigned ioSeconds = kIoSeconds);
+
 // A context and a connection to `host` port 80, made and dropped as the module does.
 struct Transport {
-    explicit Transport(const std::string& host, unsigned ioSeconds = 5);
+    explicit Transport(const std::string& host, unsigned ioSeconds = kIoSeconds);
     ~Transport();
     std::unique_ptr<SecureTransportContext> context;
     std::unique_ptr<SecureConnection> connection;
 };
 
 struct Request {
-    std::string host = "fritz.box";
+    std::string host = kRouterHost;
     HttpClientIfc::HTTPMETHOD method = HttpClientIfc::GET;
     std::string target = "/kit";
     std::string body{};

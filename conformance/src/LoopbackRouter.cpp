@@ -9,6 +9,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
@@ -281,7 +282,7 @@ void requireHostsEntry(const char* name, const char* address) {
     }
 }
 
-const char* const kHosts[] = {"fritz.box", "other.test"};
+const char* const kHosts[] = {kRouterHost, kOtherHost};
 const char* const kHostAddresses[] = {"127.0.0.1", "127.0.0.2"};
 
 std::vector<std::pair<int, std::string>> openListeners(const Context& context) {
@@ -374,6 +375,12 @@ std::vector<HttpRequest> LoopbackRouter::requests() {
     return requests;
 }
 
+long long LoopbackRouter::connections() {
+    const std::vector<RouterEvent> seen = events();
+    return std::count_if(seen.begin(), seen.end(),
+                         [](const RouterEvent& event) { return event.kind == RouterEvent::Accepted; });
+}
+
 bool LoopbackRouter::waitFor(RouterEvent::Kind kind, int connection, unsigned seconds) {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(seconds);
     for (;;) {
@@ -397,7 +404,7 @@ RefusingHost::RefusingHost(const Context& context, std::string name) : m_name(st
     where.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     if ((m_fd < 0 || ::bind(m_fd, reinterpret_cast<sockaddr*>(&where), sizeof where) != 0 ||
          !context.adapter.mapHost(m_name, "127.0.0.1", portOf(m_fd))) &&
-        m_name != "fritz.box") {
+        m_name != kRouterHost) {
         m_name = "127.0.0.3";
     }
 }

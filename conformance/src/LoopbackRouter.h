@@ -39,6 +39,8 @@ public:
     std::vector<RouterEvent> events();
     // The requests among them.
     std::vector<HttpRequest> requests();
+    // How many connections came in so far.
+    long long connections();
     // Waits (briefly polling, at most `seconds`) until an event of `kind` for `connection` is there.
     bool waitFor(RouterEvent::Kind kind, int connection, unsigned seconds);
 

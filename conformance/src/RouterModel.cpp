@@ -146,6 +146,12 @@ std::string wireBytes(const HttpReply& reply) {
     return bytes + "0\r\n\r\n";
 }
 
+RouterScript replying(std::deque<HttpReply> replies) {
+    RouterScript script;
+    script.replies = std::move(replies);
+    return script;
+}
+
 std::string grantedLoginResponse(const std::string& challenge, const std::string& password) {
     const std::string input = challenge + "-" + password;
     std::string widened;
@@ -196,7 +202,7 @@ HttpReply RouterModel::callList(const std::string& query) {
     }
     if (m_redirectsGiven < m_script.callListRedirects) {
         ++m_redirectsGiven;
-        return redirectTo("fritz.box", "/fon_num/foncalls_list.lua?" + query);
+        return redirectTo(kRouterHost, "/fon_num/foncalls_list.lua?" + query);
     }
     HttpReply reply{m_script.callListStatus, {{"Content-Type", "text/csv"}}, m_script.callList};
     if (m_script.hangUpAfterCallList) {
@@ -206,7 +212,7 @@ HttpReply RouterModel::callList(const std::string& query) {
 }
 
 HttpReply RouterModel::phonebookExport(const HttpRequest& request, const std::string& host) const {
-    if (host == "fritz.box" && !m_script.exportRedirectHost.empty()) {
+    if (host == kRouterHost && !m_script.exportRedirectHost.empty()) {
         return redirectTo(m_script.exportRedirectHost, "/cgi-bin/firmwarecfg");
     }
     if (request.body.find("name=\"sid\"\r\n\r\n" + m_script.sid + "\r\n") == std::string::npos) {

@@ -14,6 +14,10 @@ namespace conformance {
 
 using HeaderList = std::vector<std::pair<std::string, std::string>>;
 
+// The router's name, which the module always asks, and the second host a redirect may lead to.
+constexpr const char* kRouterHost = "fritz.box";
+constexpr const char* kOtherHost = "other.test";
+
 struct HttpRequest {
     std::string method, target, version;
     HeaderList headers;
@@ -65,6 +69,9 @@ struct RouterScript {
     std::map<std::string, std::string> photos{};  // location as the export names it, without file:// -> bytes
     std::deque<HttpReply> replies{};              // answered in order, before anything above
 };
+
+// A script that answers with `replies`, in order.
+RouterScript replying(std::deque<HttpReply> replies = {});
 
 class RouterModel {
 public:
