@@ -39,9 +39,7 @@ void contextInBounds(Context& context) {
     LoopbackRouter router(context, answeringOk());
     GuardedMemory memory;
     const TransportInputs inputs;
-    auto* transportContext = memory.make<SecureTransportContext>(inputs.certificate, inputs.key, inputs.authority,
-                                                                 SecureTransportContextIfc::eTLSv1_2,
-                                                                 &inputs.verification, &inputs.onlineStatus, "");
+    SecureTransportContext* transportContext = newContext(inputs, memory.endSpace(sizeof(SecureTransportContext)));
     {
         std::unique_ptr<SecureConnection> connection(newConnection(*transportContext, kRouterHost));
         expectEqual("the body", "ok", exchange(*connection).body);

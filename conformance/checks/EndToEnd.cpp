@@ -210,20 +210,22 @@ void pictureDirectoryLifetime(Context& context) {
     expectTrue(!exists(kPictures), kPictures + " deleted with its pictures by the module object", "it is still there");
 }
 
-// The router answers the call list with `status`; sync(0)'s result must follow it.
+// A module object's first sync(0) against `script` must give `result`.
+void expectCallListSync(const Context& context, const RouterScript& script, bool result, const std::string& when) {
+    LoopbackRouter router(context, script);
+    auto box = moduleFor(context, script);
+    std::string token;
+    expectTrue(box->sync(CallLogs, token) == result, std::string("sync(0) ") + (result ? "true" : "false") + " " + when,
+               result ? "false" : "true");
+}
+
 void statuses(Context& context) {
     const std::pair<int, bool> rows[] = {{200, true}, {201, true},  {204, true},  {304, true},
                                          {404, true}, {303, false}, {400, false}, {500, false}};
     for (const auto& [status, usable] : rows) {
         RouterScript script = fritzBox();
         script.callListStatus = status;
-        LoopbackRouter router(context, script);
-        auto box = moduleFor(context, script);
-        std::string token;
-        expectTrue(box->sync(CallLogs, token) == usable,
-                   "sync(0) " + std::string(usable ? "true" : "false") + " for a call list answered with " +
-                       std::to_string(status),
-                   usable ? "false" : "true");
+        expectCallListSync(context, script, usable, "for a call list answered with " + std::to_string(status));
     }
 }
 
@@ -231,13 +233,7 @@ void redirects(Context& context) {
     for (const auto& [hops, followed] : {std::pair<int, bool>{4, true}, std::pair<int, bool>{5, false}}) {
         RouterScript script = fritzBox();
         script.callListRedirects = hops;
-        LoopbackRouter router(context, script);
-        auto box = moduleFor(context, script);
-        std::string token;
-        expectTrue(box->sync(CallLogs, token) == followed,
-                   "sync(0) " + std::string(followed ? "true" : "false") + " after " + std::to_string(hops) +
-                       " redirects of the list",
-                   followed ? "false" : "true");
+        expectCallListSync(context, script, followed, "after " + std::to_string(hops) + " redirects of the list");
     }
 }
 

@@ -1,13 +1,17 @@
 #include "Exchange.h"
 
+#include <new>
+
 #include "Kit.h"
 
 namespace conformance {
 
-SecureTransportContext* newContext(const TransportInputs& inputs) {
-    return new SecureTransportContext(inputs.certificate, inputs.key, inputs.authority,
-                                      SecureTransportContextIfc::eTLSv1_2, &inputs.verification, &inputs.onlineStatus,
-                                      "");
+SecureTransportContext* newContext(const TransportInputs& inputs, void* space) {
+    auto* context =
+        static_cast<SecureTransportContext*>(space != nullptr ? space : ::operator new(sizeof(SecureTransportContext)));
+    return new (context)
+        SecureTransportContext(inputs.certificate, inputs.key, inputs.authority, SecureTransportContextIfc::eTLSv1_2,
+                               &inputs.verification, &inputs.onlineStatus, "");
 }
 
 SecureConnection* newConnection(SecureTransportContext& context, const std::string& host, unsigned ioSeconds) {

@@ -23,7 +23,8 @@ struct TransportInputs {
     OnlineCertStatusPolicy onlineStatus{nullptr, nullptr};
 };
 
-SecureTransportContext* newContext(const TransportInputs& inputs);
+// The context made from `inputs` with the module's arguments; in `space` when it is given.
+SecureTransportContext* newContext(const TransportInputs& inputs, void* space = nullptr);
 
 // A connection to `host` port 80 as the module makes it: 5 s to connect, plain TCP; the I/O
 // time-out is the module's 5 s unless a check needs a shorter wait.
