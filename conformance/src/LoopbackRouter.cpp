@@ -17,6 +17,7 @@
 #include <thread>
 
 #include "Adapter.h"
+#include "Descriptors.h"
 #include "Runner.h"
 
 namespace conformance {
@@ -66,29 +67,6 @@ RouterEvent takeEvent(const std::string& in, std::size_t& at) {
     }
     event.request.body = takeField(in, at);
     return event;
-}
-
-bool writeAll(int fd, const std::string& bytes) {
-    for (std::size_t done = 0; done < bytes.size();) {
-        const ssize_t now = ::write(fd, bytes.data() + done, bytes.size() - done);
-        if (now <= 0 && errno != EINTR) {
-            return false;
-        }
-        done += now > 0 ? static_cast<std::size_t>(now) : 0;
-    }
-    return true;
-}
-
-bool readExactly(int fd, std::string& bytes, std::size_t length) {
-    bytes.resize(length);
-    for (std::size_t done = 0; done < length;) {
-        const ssize_t now = ::read(fd, &bytes[done], length - done);
-        if (now <= 0 && errno != EINTR) {
-            return false;
-        }
-        done += now > 0 ? static_cast<std::size_t>(now) : 0;
-    }
-    return true;
 }
 
 // ---- the serving process

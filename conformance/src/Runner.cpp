@@ -18,6 +18,7 @@
 #include <utility>
 
 #include "Adapter.h"
+#include "Descriptors.h"
 #include "LogTap.h"
 
 namespace conformance {
@@ -29,16 +30,6 @@ int g_verdictFd = -1;
 std::string currentExceptionType() {
     const std::type_info* type = abi::__cxa_current_exception_type();
     return type != nullptr ? demangled(type->name()) : "an unknown type";
-}
-
-void writeAll(int fd, const std::string& bytes) {
-    for (std::size_t done = 0; done < bytes.size();) {
-        const ssize_t now = ::write(fd, bytes.data() + done, bytes.size() - done);
-        if (now < 0 && errno != EINTR) {
-            return;
-        }
-        done += now > 0 ? static_cast<std::size_t>(now) : 0;
-    }
 }
 
 void redirect(int fd, const char* path, int flags) {
