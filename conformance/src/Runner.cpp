@@ -61,9 +61,9 @@ void redirect(int fd, const char* path, int flags) {
     } catch (const Skipped& skipped) {
         verdict = "S" + skipped.reason;
     } catch (const std::exception& exception) {
-        verdict = "Fno exception from the platform, got " + currentExceptionType() + ": " + exception.what();
+        verdict = "Fexpected no exception from the platform, got " + currentExceptionType() + ": " + exception.what();
     } catch (...) {
-        verdict = "Fno exception from the platform, got " + currentExceptionType();
+        verdict = "Fexpected no exception from the platform, got " + currentExceptionType();
     }
     writeAll(g_verdictFd, verdict);
     ::_exit(0);
@@ -127,9 +127,9 @@ Outcome judge(const std::string& verdict, int status, const std::string& id) {
         return {verdict[0] == 'S' ? Verdict::Skipped : Verdict::Failed, verdict.substr(1)};
     }
     if (WIFSIGNALED(status)) {
-        return {Verdict::Failed, "no crash, got " + signalText(WTERMSIG(status))};
+        return {Verdict::Failed, "expected no crash, got " + signalText(WTERMSIG(status))};
     }
-    return {Verdict::Failed, "a verdict from " + id + ", got an exit with status " +
+    return {Verdict::Failed, "expected a verdict from " + id + ", got an exit with status " +
                                  std::to_string(WIFEXITED(status) ? WEXITSTATUS(status) : -1) +
                                  " (the platform ended the process)"};
 }
@@ -148,11 +148,11 @@ Outcome runIsolated(const Check& check, const Settings& settings, bool keepStder
     (void)subreaper;
     const std::string dir = settings.scratch + "/" + check.id;
     if (::mkdir(dir.c_str(), 0700) != 0) {
-        return {Verdict::Failed, "a fresh directory " + dir + " for the check, got " + std::strerror(errno)};
+        return {Verdict::Failed, "expected a fresh directory " + dir + " for the check, got " + std::strerror(errno)};
     }
     int channel[2];
     if (::pipe2(channel, O_CLOEXEC) != 0) {
-        return {Verdict::Failed, "a pipe for the verdict, got " + std::string(std::strerror(errno))};
+        return {Verdict::Failed, "expected a pipe for the verdict, got " + std::string(std::strerror(errno))};
     }
     std::fflush(nullptr);
     const pid_t child = ::fork();
@@ -164,7 +164,7 @@ Outcome runIsolated(const Check& check, const Settings& settings, bool keepStder
     ::close(channel[1]);
     if (child < 0) {
         ::close(channel[0]);
-        return {Verdict::Failed, "a process for the check, got " + std::string(std::strerror(errno))};
+        return {Verdict::Failed, "expected a process for the check, got " + std::string(std::strerror(errno))};
     }
     ::setpgid(child, child);  // also here, so that the group exists before the check gets to it
     const unsigned bound = check.boundSeconds * settings.slow;
@@ -175,7 +175,8 @@ Outcome runIsolated(const Check& check, const Settings& settings, bool keepStder
     if (!ended) {
         endProcessGroup(child);
         ::waitpid(child, &status, 0);
-        return {Verdict::Failed, "an end within " + std::to_string(bound) + " s, got a check still running (stopped)"};
+        return {Verdict::Failed,
+                "expected an end within " + std::to_string(bound) + " s, got a check still running (stopped)"};
     }
     ::waitpid(child, &status, 0);
     endProcessGroup(child);
