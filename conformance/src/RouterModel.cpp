@@ -6,6 +6,7 @@
 #include <cctype>
 #include <cstdio>
 #include <cstdlib>
+#include <sstream>
 
 #include "Md5.h"
 
@@ -17,13 +18,11 @@ const char* const kNoSession = "0000000000000000";
 
 // The value of `key` in a query ("a=1&b=2"); empty when it is absent.
 std::string queryValue(const std::string& query, const std::string& key) {
-    for (std::size_t at = 0; at <= query.size();) {
-        const std::size_t end = std::min(query.find('&', at), query.size());
-        const std::string pair = query.substr(at, end - at);
+    std::istringstream pairs(query);
+    for (std::string pair; std::getline(pairs, pair, '&');) {
         if (pair.compare(0, key.size() + 1, key + "=") == 0) {
             return pair.substr(key.size() + 1);
         }
-        at = end + 1;
     }
     return "";
 }
