@@ -1,10 +1,17 @@
 // Phonebook import: the export fetch, contact conversion and contact pictures.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <functional>
+#include <future>
+#include <iostream>
 #include <map>
+#include <memory>
 #include <set>
 
 #include "Cryptographer.h"
@@ -35,6 +42,11 @@ std::string exportWithPictures(const std::vector<std::string>& locations) {
         exported += "<contact" + contact("C", "0301", "<imageURL>" + location + "</imageURL>") + "</contact>";
     }
     return exported;
+}
+
+std::string contents(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(file), {});
 }
 
 using PhonebookTest = ModuleTest;
@@ -135,8 +147,7 @@ TEST_F(PhonebookTest, PictureLocations) {
         }
     }
     for (const auto& [name, content] : expected) {
-        std::ifstream file(kPictureDirectory + name, std::ios::binary);
-        EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), content) << name;
+        EXPECT_EQ(contents(kPictureDirectory + name), content) << name;
     }
     for (const auto& file : std::filesystem::directory_iterator(kPictureDirectory)) {
         found.insert(file.path().filename().string());
@@ -149,6 +160,85 @@ TEST_F(PhonebookTest, PictureLocations) {
         EXPECT_EQ(request.header("X-Injected"), "");
         EXPECT_EQ(request.target.find_first_of(" \r\n"), std::string::npos);
     }
+}
+
+// The router names the picture files; whatever stands under such a name, the module writes only a
+// regular file of its own: an earlier picture is replaced whole, anything else is refused like a
+// file that cannot be opened (the entry kept without its picture), and nothing outside the
+// directory changes, also when a link takes the directory's place after the object made it. A
+// FIFO without a reader must not hold the sync: should it, the test lets the sync go on by
+// opening the reader, and the picture then found in the FIFO fails the row.
+TEST_F(PhonebookTest, PicturesGoOnlyIntoRegularFilesOfTheirOwn) {
+    linux_platform::setPhoneModel(PhoneModel::Wren);
+    const std::string outside = "/data/images/outside/", keep = outside + "keep.txt";
+    const std::shared_ptr<void> cleanup(nullptr, [&](void*) { Storage::deleteDirectory(outside); });
+    ASSERT_TRUE(Storage::makeDir(outside + "dir"));
+    std::ofstream(keep) << "precious";
+    std::vector<int> fifoReaders;
+    const auto readFifo = [&fifoReaders](const std::string& path) {
+        fifoReaders.push_back(::open(path.c_str(), O_RDONLY | O_NONBLOCK));
+    };
+    const struct {
+        std::string name;
+        std::function<int(const char* path)> plant;  // 0, or -1 with errno
+        bool stored;
+    } rows[] = {
+        {"new.jpg", [](const char*) { return 0; }, true},
+        {"old.jpg", [](const char* path) { return std::ofstream(path) << "an earlier, longer picture", 0; }, true},
+        {"link.jpg", [&](const char* path) { return ::symlink(keep.c_str(), path); }, false},
+        {"dangling.jpg", [&](const char* path) { return ::symlink((outside + "made.jpg").c_str(), path); }, false},
+        {"hardlink.jpg", [&](const char* path) { return ::link(keep.c_str(), path); }, false},
+        {"fifo.jpg", [](const char* path) { return ::mkfifo(path, 0644); }, false},
+        {"read-fifo.jpg", [&](const char* path) { return ::mkfifo(path, 0644) == 0 ? readFifo(path), 0 : -1; }, false},
+        {"null.jpg", [](const char* path) { return ::mknod(path, S_IFCHR | 0666, makedev(1, 3)); }, false},
+        {"dir.jpg", [](const char* path) { return ::mkdir(path, 0755); }, false},
+    };
+    std::vector<std::string> locations;
+    std::vector<bool> stored;
+    std::string entries, refusedEntries;
+    for (const auto& row : rows) {
+        locations.push_back("/p/" + row.name);
+        router.photos[locations.back()] = "photo of " + row.name;
+        const bool planted = row.plant((kPictureDirectory + row.name).c_str()) == 0;
+        ASSERT_TRUE(planted || (row.name == "null.jpg" && errno == EPERM)) << row.name;
+        if (!planted) {
+            std::cout << "[  SKIPPED ] the device row: no mknod in a user namespace\n";
+        }
+        stored.push_back(row.stored || !planted);
+        entries += entry(stored.back() ? "C@@@" + kPictureDirectory + row.name : "C");
+        refusedEntries += entry("C");
+    }
+    router.phonebookExport = exportWithPictures(locations);
+    auto syncing = std::async(std::launch::async, [this] { return box.sync(kPersonal, token); });
+    if (syncing.wait_for(std::chrono::milliseconds(500)) != std::future_status::ready) {
+        readFifo(kPictureDirectory + "fifo.jpg");  // lets a blocked open go on
+    }
+    ASSERT_TRUE(syncing.get());
+    EXPECT_EQ(box.getData(kPersonal), personalDocument(std::size(rows), entries));
+    for (std::size_t i = 0; i < std::size(rows); ++i) {
+        const std::string path = kPictureDirectory + rows[i].name;
+        EXPECT_TRUE(!stored[i] || contents(path) == "photo of " + rows[i].name) << path;
+        EXPECT_EQ(!stored[i], log.contains("retrieveContactImage() cannot open file[" + path + "]", 2)) << path;
+    }
+    for (const int reader : fifoReaders) {
+        char byte;
+        EXPECT_LE(::read(reader, &byte, 1), 0) << "written into a FIFO";
+        ::close(reader);
+    }
+
+    // A link put in the directory's place after the object made it.
+    Storage::deleteDirectory(kPictureDirectory);
+    ASSERT_EQ(::symlink((outside + "dir").c_str(), kPictureDirectory.substr(0, kPictureDirectory.size() - 1).c_str()),
+              0);
+    std::string fresh;
+    ASSERT_TRUE(box.sync(kPersonal, fresh));
+    EXPECT_EQ(box.getData(kPersonal), personalDocument(std::size(rows), refusedEntries));
+    std::set<std::string> left;
+    for (const auto& file : std::filesystem::recursive_directory_iterator(outside)) {
+        left.insert(file.path().string());
+    }
+    EXPECT_EQ(left, (std::set<std::string>{outside + "dir", keep}));
+    EXPECT_EQ(contents(keep), "precious");
 }
 
 TEST(PictureDirectoryTest, CreatedWithTheObjectAndDeletedWithIt) {
