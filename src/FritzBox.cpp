@@ -1,10 +1,10 @@
 #include "FritzBox.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <filesystem>
 
 #include "CallList.h"
 #include "ClientUtils.h"
@@ -45,8 +45,10 @@ bool showsPictures() {
 
 // The router names the picture files, so the write trusts nothing it finds: it opens the directory
 // itself, not a link in its place (without the trailing slash, which would make the kernel follow
-// one), and in it only a regular file of that name that is no other file's second name. The open
-// does not follow a link nor wait for a FIFO's reader, and truncates only after those checks.
+// one), and in it only a regular file of that name that is no other file's second name (writing
+// it would change a file elsewhere). The open neither follows a link nor waits for a FIFO's
+// reader; ftruncate, which comes only after the checks, refuses anything but a regular file.
+// (fstat would do both checks but ask for a newer C library of the phone: GLIBC_2.33.)
 // Returns the open file, or -1 when there is nothing that may be written.
 int openPictureFile(const std::string& fileName) {
     const std::string directoryPath(kPictureDirectory, 0, kPictureDirectory.size() - 1);
@@ -58,9 +60,9 @@ int openPictureFile(const std::string& fileName) {
     int file = ::openat(directory, fileName.c_str(),
                         O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0644);
     ::close(directory);
-    struct stat info;
+    std::error_code unknown;
     if (file != -1 &&
-        (::fstat(file, &info) != 0 || !S_ISREG(info.st_mode) || info.st_nlink != 1 || ::ftruncate(file, 0) != 0)) {
+        (std::filesystem::hard_link_count(picturePath(fileName), unknown) != 1 || ::ftruncate(file, 0) != 0)) {
         ::close(file);
         file = -1;
     }
