@@ -1,6 +1,7 @@
 // Whole sessions with the bundled sample router data: a router that drops the session between
-// login and fetch (the router simulator's fault switch), and a full session traced at every log
-// level that must not leak the password anywhere (the one test that watches for it).
+// login and fetch (the router simulator's fault switch), links planted in or as the picture
+// directory, and a full session traced at every log level that must not leak the password anywhere
+// (the one test that watches for it).
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
