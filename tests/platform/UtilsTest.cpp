@@ -89,41 +89,19 @@ TEST(ClientUtils, TextHelpers) {
     EXPECT_EQ(ClientUtils::escapeXMLString("a&b<c>d\"e'f"), "a&amp;b&lt;c&gt;d&quot;e&apos;f");
 }
 
-// A tree holding links to a directory and a file outside it, and links of its own (one named with
-// the trailing slash the module's path has), are deleted; what the links point to stays.
-TEST(Storage, DeletesTreesAndLinksButNeverWhatTheyPointTo) {
-    char pattern[] = "/tmp/fritzbox-storage-XXXXXX";
-    ASSERT_NE(::mkdtemp(pattern), nullptr);
-    const std::string root = pattern, outside = root + "/outside", tree = root + "/tree";
-    const std::shared_ptr<void> cleanup(nullptr, [&](void*) { Storage::deleteDirectory(root); });  // also on failure
-    ASSERT_TRUE(Storage::makeDir(outside));
-    std::ofstream(outside + "/keep.txt") << "precious";
-    ASSERT_TRUE(Storage::makeDir(tree + "/a/b"));
-    std::ofstream(tree + "/a/b/file.txt") << "x";
-    ASSERT_EQ(::symlink(outside.c_str(), (tree + "/a/dirlink").c_str()), 0);
-    ASSERT_EQ(::symlink((outside + "/keep.txt").c_str(), (tree + "/a/b/filelink").c_str()), 0);
-    for (const char* link : {"/link", "/slashlink"}) {
-        ASSERT_EQ(::symlink(outside.c_str(), (root + link).c_str()), 0);
-    }
-    for (const std::string& path : {tree, root + "/link", root + "/slashlink/", root + "/missing"}) {
-        EXPECT_TRUE(Storage::deleteDirectory(path)) << path;
-        EXPECT_FALSE(Storage::fileExists_stat(path)) << path;
-    }
-    EXPECT_EQ(Storage::fileSize(outside + "/keep.txt"), 8);
-    EXPECT_EQ(Storage::fileSize(outside), -1) << "a directory";
-    EXPECT_EQ(Storage::fileSize(root + "/missing"), -1);
-}
-
 // Whatever stands at the path, makeDir leaves a directory of this user that no one else can write,
 // so nobody else can plant or redirect a file in it: a link in the way goes, never what it points
-// to, and an untrusted directory goes with what it holds; a private one is kept as it is.
-TEST(Storage, MakeDirLeavesAPrivateDirectoryWhateverItFinds) {
+// to, and an untrusted directory goes with what it holds; a private one is kept as it is. Then
+// deleteDirectory removes a tree holding links to a directory and a file outside it, and links of
+// its own (one named with the trailing slash the module's path has), without following any.
+TEST(Storage, MakesPrivateDirectoriesAndDeletesWithoutFollowingLinks) {
     char pattern[] = "/tmp/fritzbox-storage-XXXXXX";
     ASSERT_NE(::mkdtemp(pattern), nullptr);
-    const std::string root = pattern, outside = root + "/outside", parent = root + "/parent", path = parent + "/pics";
-    const std::shared_ptr<void> cleanup(nullptr, [&](void*) { Storage::deleteDirectory(root); });
+    const std::string root = pattern, outside = root + "/outside", keep = outside + "/keep.txt";
+    const std::string parent = root + "/parent", path = parent + "/pics", tree = root + "/tree";
+    const std::shared_ptr<void> cleanup(nullptr, [&](void*) { Storage::deleteDirectory(root); });  // also on failure
     ASSERT_EQ(::mkdir(outside.c_str(), 0755), 0);
-    std::ofstream(outside + "/keep.txt") << "precious";
+    std::ofstream(keep) << "precious";
     const auto directory = [&path](mode_t mode) {
         return ::mkdir(path.c_str(), mode) == 0 && ::chmod(path.c_str(), mode) == 0 &&
                std::ofstream(path + "/kept.jpg").good();
@@ -138,7 +116,7 @@ TEST(Storage, MakeDirLeavesAPrivateDirectoryWhateverItFinds) {
         {"nothing", nullptr, false},
         {"a private directory", [&] { return directory(0755); }, true},
         {"a link to a directory", [&] { return link(outside); }, false},
-        {"a link to a file", [&] { return link(outside + "/keep.txt"); }, false},
+        {"a link to a file", [&] { return link(keep); }, false},
         {"a dangling link", [&] { return link(outside + "/absent"); }, false},
         {"a file", [&] { return std::ofstream(path).good(); }, false},
         {"a directory that others can write", [&] { return directory(0757); }, false},
@@ -159,9 +137,23 @@ TEST(Storage, MakeDirLeavesAPrivateDirectoryWhateverItFinds) {
         ASSERT_EQ(::lstat(path.c_str(), &info), 0);
         EXPECT_TRUE(S_ISDIR(info.st_mode) && info.st_uid == ::geteuid() && (info.st_mode & 022) == 0) << info.st_mode;
         EXPECT_EQ(Storage::fileExists_stat(path + "/kept.jpg"), row.kept);
-        EXPECT_EQ(Storage::fileSize(outside + "/keep.txt"), 8);
     }
-    EXPECT_FALSE(Storage::makeDir(outside + "/keep.txt/pics")) << "a file as the parent";
+    EXPECT_FALSE(Storage::makeDir(keep + "/pics")) << "a file as the parent";
+
+    ASSERT_TRUE(Storage::makeDir(tree + "/a/b"));
+    std::ofstream(tree + "/a/b/file.txt") << "x";
+    ASSERT_EQ(::symlink(outside.c_str(), (tree + "/a/dirlink").c_str()), 0);
+    ASSERT_EQ(::symlink(keep.c_str(), (tree + "/a/b/filelink").c_str()), 0);
+    for (const char* link : {"/link", "/slashlink"}) {
+        ASSERT_EQ(::symlink(outside.c_str(), (root + link).c_str()), 0);
+    }
+    for (const std::string& gone : {tree, root + "/link", root + "/slashlink/", root + "/missing"}) {
+        EXPECT_TRUE(Storage::deleteDirectory(gone)) << gone;
+        EXPECT_FALSE(Storage::fileExists_stat(gone)) << gone;
+    }
+    EXPECT_EQ(Storage::fileSize(keep), 8);
+    EXPECT_EQ(Storage::fileSize(outside), -1) << "a directory";
+    EXPECT_EQ(Storage::fileSize(root + "/missing"), -1);
 }
 
 // The router's login answer hashes "challenge-password" widened to 16 bits: every other byte is
