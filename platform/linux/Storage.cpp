@@ -11,12 +11,10 @@
 namespace {
 
 // A trailing slash makes the kernel follow a link named by the last component, so every check
-// and removal names the link itself.
+// and removal names the link itself. No path is shortened beyond its slashes ("/" becomes empty,
+// which names nothing): a slip here must never widen a removal.
 std::string withoutTrailingSlashes(std::string path) {
-    while (path.size() > 1 && path.back() == '/') {
-        path.pop_back();
-    }
-    return path;
+    return path.erase(path.find_last_not_of('/') + 1);
 }
 
 // A directory, not a link, of the effective user that neither group nor others can write.
