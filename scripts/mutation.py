@@ -3,7 +3,10 @@
 
 A fault the suite notices is killed; one it lets through survived and points at a missing test
 (or at a defect the tests hold in place). The tree is copied to a temporary directory with one
-configured native build (Ninja), so the checkout and its build stay untouched while it runs.
+configured native build (Ninja), so the checkout and its build stay untouched while it runs. The
+copies live in build-mutation/ of the checkout (not under /tmp), and each suite runs through
+scripts/with-sandbox.sh, where only its copy is writable: a planted fault in code that deletes files
+(a path cut short to /tmp/ or /) cannot reach anything outside it.
 
 Faults are identified by file, trimmed source line, operator and occurrence on the line, never by
 line number, so the list of equivalent faults (scripts/mutation-equivalents.txt) survives edits
@@ -29,6 +32,7 @@ REPO = Path(__file__).resolve().parent.parent
 AREAS = ("src", "platform/linux", "tools/common", "tools/fritzbox-xsi", "conformance/src", "conformance/checks",
          "conformance/adapters")
 EQUIVALENTS = REPO / "scripts" / "mutation-equivalents.txt"
+LANES = REPO / "build-mutation" / "lanes"
 
 # (name, pattern, replacement). clang-format puts blanks around binary operators, which keeps
 # template brackets, `->`, `<<`, `>>` and `<=>` out of the comparison patterns.
@@ -215,9 +219,9 @@ class Workspace:
         return run(command, self.root, self.args.build_limit) == 0
 
     def suite_passes(self):
-        # The suite creates the phone's picture directory; as root it gets a private one, so that
-        # test runs of the checkout beside this one are not disturbed.
-        command = [str(self.root / "scripts/with-private-pictures.sh"), "ctest", "--test-dir", str(self.build),
+        # The sandbox also gives the suite a private /data/images and /tmp, so test runs of the
+        # checkout beside this one are not disturbed either.
+        command = [str(self.root / "scripts/with-sandbox.sh"), str(self.root), "ctest", "--test-dir", str(self.build),
                    "-j", str(self.jobs), "--timeout", str(self.args.timeout), "--stop-on-failure"]
         if self.args.exclude_tests:
             command += ["-E", self.args.exclude_tests]
@@ -357,7 +361,8 @@ def main():
         return 0
     to_run = [f for f in faults if f.key() not in equivalent]
     started = time.time()
-    roots = [Path(tempfile.mkdtemp(prefix="fritzbox-mutation-")) for _ in range(max(1, args.lanes))]
+    LANES.mkdir(parents=True, exist_ok=True)
+    roots = [Path(tempfile.mkdtemp(prefix="lane-", dir=LANES)) for _ in range(max(1, args.lanes))]
     try:
         print(f"mutation: {len(to_run)} faults ({len(faults) - len(to_run)} equivalent left out), "
               f"{len(roots)} lane(s) in {' '.join(map(str, roots))}", flush=True)
