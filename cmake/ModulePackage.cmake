@@ -18,6 +18,8 @@ set(CPACK_ARCHIVE_COMPONENT_INSTALL ON)
 set(CPACK_COMPONENTS_GROUPING ALL_COMPONENTS_IN_ONE)
 set(CPACK_SYSTEM_NAME linux-${CMAKE_SYSTEM_PROCESSOR})
 set(CPACK_ARCHIVE_FILE_NAME ${CPACK_PACKAGE_NAME}-${PROJECT_VERSION}-${CPACK_SYSTEM_NAME})
+set(CPACK_PROJECT_CONFIG_FILE ${PROJECT_SOURCE_DIR}/cmake/CPackProjectConfig.cmake)  # SOURCE_DATE_EPOCH
+set(CPACK_FRITZBOX_CHANGELOG ${PROJECT_SOURCE_DIR}/cmake/debian/changelog)
 include(CPack)
 
 # The target's Debian architecture, not the machine's that builds: dpkg there would name its own.
