@@ -1,0 +1,38 @@
+#!/usr/bin/env bash
+# Gives every file of the tree that has none an SPDX header: "SPDX-FileCopyrightText: 2026 The
+# fritzbox-xsi authors" and "SPDX-License-Identifier: MIT", as a comment in the file's own syntax,
+# added above the comment that explains the file (and below a #! line). Files whose bytes are data
+# are licensed in .reuse/dep5 instead and left alone. Afterwards `reuse lint` (ctest reuse_lint)
+# is clean; run it again for files added later.
+# Usage: annotate-licences.sh   (from anywhere in the checkout; needs git and Debian's reuse)
+set -euo pipefail
+
+cd "$(git -C "$(dirname "$0")" rev-parse --show-toplevel)"
+header=(--copyright "The fritzbox-xsi authors" --license MIT --year 2026 --no-replace --skip-existing)
+
+# The comment syntax of each kind of file, where reuse does not know it from the name.
+style_of() {
+    case $1 in
+    *.cpp | *.h | *.inc | *.cpp.in | *.map) echo c ;;
+    *.md | *.xsd) echo html ;;
+    *) echo python ;;  # scripts, CMake, Make, recipes, Kconfig, YAML, tables: a # line
+    esac
+}
+
+# Everything git knows, less the licence texts and what .reuse/dep5 covers, by comment syntax.
+dep5_patterns=$(sed -n 's/^Files: //p' .reuse/dep5 | tr ' ' '\n')
+declare -A files_of
+while IFS= read -r file; do
+    case $file in LICENSE | LICENSES/* | .reuse/*) continue ;; esac
+    covered=
+    while IFS= read -r pattern; do
+        # shellcheck disable=SC2053  # a dep5 pattern is a glob
+        [[ $file == $pattern ]] && covered=1 && break
+    done <<<"$dep5_patterns"
+    [ -n "$covered" ] || files_of[$(style_of "$file")]+="$file"$'\n'
+done < <(git ls-files --cached --others --exclude-standard)
+for style in "${!files_of[@]}"; do
+    mapfile -t files <<<"${files_of[$style]%$'\n'}"
+    reuse annotate "${header[@]}" --style "$style" "${files[@]}" >/dev/null
+done
+reuse lint
