@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# Gives every file of the tree that has none an SPDX header: "SPDX-FileCopyrightText: 2026 The
-# fritzbox-xsi authors" and "SPDX-License-Identifier: MIT", as a comment in the file's own syntax,
-# added above the comment that explains the file (and below a #! line). Files whose bytes are data
-# are licensed in .reuse/dep5 instead and left alone. Afterwards `reuse lint` (ctest reuse_lint)
-# is clean; run it again for files added later.
+# Gives every file of the tree that has none an SPDX header, the copyright line of the fritzbox-xsi
+# authors and the licence identifier MIT, as a comment in the file's own syntax, added above the
+# comment that explains the file (and below a #! line). Files whose bytes are data are licensed in
+# .reuse/dep5 instead and left alone. Afterwards `reuse lint` (ctest reuse_lint) is clean; run it
+# again for files added later.
 # Usage: annotate-licences.sh   (from anywhere in the checkout; needs git and Debian's reuse)
 set -euo pipefail
 
@@ -31,8 +31,9 @@ while IFS= read -r file; do
     done <<<"$dep5_patterns"
     [ -n "$covered" ] || files_of[$(style_of "$file")]+="$file"$'\n'
 done < <(git ls-files --cached --others --exclude-standard)
+newline=$'\n'
 for style in "${!files_of[@]}"; do
-    mapfile -t files <<<"${files_of[$style]%$'\n'}"
+    mapfile -t files <<<"${files_of[$style]%"$newline"}"
     reuse annotate "${header[@]}" --style "$style" "${files[@]}" >/dev/null
 done
 reuse lint
