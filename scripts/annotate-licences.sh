@@ -7,9 +7,6 @@
 # Usage: annotate-licences.sh   (from anywhere in the checkout; needs git and Debian's reuse)
 set -euo pipefail
 
-cd "$(git -C "$(dirname "$0")" rev-parse --show-toplevel)"
-header=(--copyright "The fritzbox-xsi authors" --license MIT --year 2026 --no-replace --skip-existing)
-
 # The comment syntax of each kind of file, where reuse does not know it from the name.
 style_of() {
     case $1 in
@@ -19,21 +16,29 @@ style_of() {
     esac
 }
 
-# Everything git knows, less the licence texts and what .reuse/dep5 covers, by comment syntax.
-dep5_patterns=$(sed -n 's/^Files: //p' .reuse/dep5 | tr ' ' '\n')
-declare -A files_of
-while IFS= read -r file; do
-    case $file in LICENSE | LICENSES/* | .reuse/*) continue ;; esac
-    covered=
-    while IFS= read -r pattern; do
-        # shellcheck disable=SC2053  # a dep5 pattern is a glob
-        [[ $file == $pattern ]] && covered=1 && break
-    done <<<"$dep5_patterns"
-    [ -n "$covered" ] || files_of[$(style_of "$file")]+="$file"$'\n'
-done < <(git ls-files --cached --others --exclude-standard)
-newline=$'\n'
-for style in "${!files_of[@]}"; do
-    mapfile -t files <<<"${files_of[$style]%"$newline"}"
-    reuse annotate "${header[@]}" --style "$style" "${files[@]}" >/dev/null
-done
-reuse lint
+# The whole run is one function, read before it starts: the script's own header is written while
+# it runs.
+main() {
+    cd "$(git -C "$(dirname "$0")" rev-parse --show-toplevel)"
+    header=(--copyright "The fritzbox-xsi authors" --license MIT --year 2026 --no-replace --skip-existing)
+
+    # Everything git knows, less the licence texts and what .reuse/dep5 covers, by comment syntax.
+    dep5_patterns=$(sed -n 's/^Files: //p' .reuse/dep5 | tr ' ' '\n')
+    declare -A files_of
+    while IFS= read -r file; do
+        case $file in LICENSE | LICENSES/* | .reuse/*) continue ;; esac
+        covered=
+        while IFS= read -r pattern; do
+            # shellcheck disable=SC2053  # a dep5 pattern is a glob
+            [[ $file == $pattern ]] && covered=1 && break
+        done <<<"$dep5_patterns"
+        [ -n "$covered" ] || files_of[$(style_of "$file")]+="$file"$'\n'
+    done < <(git ls-files --cached --others --exclude-standard)
+    newline=$'\n'
+    for style in "${!files_of[@]}"; do
+        mapfile -t files <<<"${files_of[$style]%"$newline"}"
+        reuse annotate "${header[@]}" --style "$style" "${files[@]}" >/dev/null
+    done
+    reuse lint
+}
+main "$@"; exit
