@@ -7,12 +7,14 @@
 # Usage: annotate-licences.sh   (from anywhere in the checkout; needs git and Debian's reuse)
 set -euo pipefail
 
-# The comment syntax of each kind of file, where reuse does not know it from the name.
+# The comment syntax of each kind of file, as reuse annotate's options (reuse does not know every
+# kind by its name).
 style_of() {
     case $1 in
-    *.cpp | *.h | *.inc | *.cpp.in | *.map) echo c ;;
-    *.md | *.xsd) echo html ;;
-    *) echo python ;;  # scripts, CMake, Make, recipes, Kconfig, YAML, tables: a # line
+    *.map) echo "--style c --multi-line" ;;  # the linker reads /* */ comments only
+    *.cpp | *.h | *.inc | *.cpp.in) echo "--style c" ;;
+    *.md | *.xsd) echo "--style html" ;;
+    *) echo "--style python" ;;  # scripts, CMake, Make, recipes, Kconfig, YAML, tables: a # line
     esac
 }
 
@@ -20,9 +22,13 @@ style_of() {
 # it runs.
 main() {
     cd "$(git -C "$(dirname "$0")" rev-parse --show-toplevel)"
-    header=(--copyright "The fritzbox-xsi authors" --license MIT --year 2026 --no-replace --skip-existing)
+    header=(--copyright "The fritzbox-xsi authors" --license MIT --year 2026 --no-replace)
+    # A file that names its licence already keeps its header (the tag is split here so that reuse
+    # does not take this line for one).
+    licence_tag="SPDX-License"-Identifier:
 
-    # Everything git knows, less the licence texts and what .reuse/dep5 covers, by comment syntax.
+    # Everything git knows, less the licence texts, what .reuse/dep5 covers and what has a header,
+    # by comment syntax.
     dep5_patterns=$(sed -n 's/^Files: //p' .reuse/dep5 | tr ' ' '\n')
     declare -A files_of
     while IFS= read -r file; do
@@ -32,12 +38,13 @@ main() {
             # shellcheck disable=SC2053  # a dep5 pattern is a glob
             [[ $file == $pattern ]] && covered=1 && break
         done <<<"$dep5_patterns"
-        [ -n "$covered" ] || files_of[$(style_of "$file")]+="$file"$'\n'
+        [ -n "$covered" ] || grep -qF "$licence_tag" "$file" || files_of[$(style_of "$file")]+="$file"$'\n'
     done < <(git ls-files --cached --others --exclude-standard)
     newline=$'\n'
     for style in "${!files_of[@]}"; do
         mapfile -t files <<<"${files_of[$style]%"$newline"}"
-        reuse annotate "${header[@]}" --style "$style" "${files[@]}" >/dev/null
+        # shellcheck disable=SC2086  # the style is a list of options
+        reuse annotate "${header[@]}" $style "${files[@]}" >/dev/null
     done
     reuse lint
 }
