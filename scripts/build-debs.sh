@@ -3,7 +3,8 @@
 # CMAKE_INSTALL_LIBDIR lib/<multiarch triplet>: the package-* presets):
 #   libfritzbox-xsi-module1     the library and its SONAME link, a shlibs file, the ldconfig trigger,
 #                               the bill of materials (fritzbox-xsi-module.spdx)
-#   libfritzbox-xsi-module-dev  headers, the .so link, the CMake package, the pkg-config file
+#   libfritzbox-xsi-module-dev  headers, the .so link, the CMake package, the pkg-config file, the
+#                               platform ABI probe and the conformance kit's sources
 # each with /usr/share/doc/<package>/copyright (machine-readable, the licence text taken from
 # LICENSE) and changelog.Debian.gz. The control files come from cmake/debian/ through
 # dpkg-gencontrol, the library's dependencies from dpkg-shlibdeps. Where lintian is installed it
@@ -30,7 +31,9 @@ version=$(dpkg-parsechangelog -SVersion)
 # the environment sets one, so that a second build of the same sources gives the same bytes.
 export SOURCE_DATE_EPOCH=${SOURCE_DATE_EPOCH:-$(dpkg-parsechangelog -STimestamp)}
 
-DESTDIR=$work/stage cmake --install "$build" --prefix /usr --component module --strip >/dev/null
+for component in module conformance; do
+    DESTDIR=$work/stage cmake --install "$build" --prefix /usr --component "$component" --strip >/dev/null
+done
 [ -e "stage/$lib/libfritzbox-xsi-module.so.1" ] ||
     { echo "build-debs: the library is not in /$lib: configure with CMAKE_INSTALL_LIBDIR=${lib#usr/}" >&2 && exit 1; }
 # The licence goes into each package's copyright file instead; the bill of materials describes the

@@ -26,7 +26,8 @@ from dataclasses import dataclass
 from pathlib import Path
 
 REPO = Path(__file__).resolve().parent.parent
-AREAS = ("src", "platform/linux", "tools/common", "tools/fritzbox-xsi")
+AREAS = ("src", "platform/linux", "tools/common", "tools/fritzbox-xsi", "conformance/src", "conformance/checks",
+         "conformance/adapters")
 EQUIVALENTS = REPO / "scripts" / "mutation-equivalents.txt"
 
 # (name, pattern, replacement). clang-format puts blanks around binary operators, which keeps

@@ -156,10 +156,13 @@ yocto() {
         /usr/lib/libfritzbox-xsi-module.so.1.0)" ] || fail "the runtime package $pn holds more or less than the library"
     grep -qE "^$pn-(dev|kit) /usr/share/fritzbox-xsi-module/abi/platform-abi-probe.cpp$" "$listing" ||
         fail "the ABI probe is not on the development side"
+    grep -qE "^$pn-(dev|kit) /usr/share/fritzbox-xsi-module/conformance/CMakeLists.txt$" "$listing" ||
+        fail "the conformance kit is not on the development side"
 
     # A recipe that depends on this one gets the image's files in its own sysroot.
     cp -a "$image"/. "$sysroot"/
     check_consumers "$workdir/toolchain.cmake" "$arch_flags --sysroot=$sysroot $CXXFLAGS" "$LDFLAGS"
+    check_kit "$workdir/toolchain.cmake" "$sysroot"
 }
 
 # --- Buildroot -------------------------------------------------------------------------------
@@ -247,6 +250,7 @@ buildroot() {
     check_module "$target/usr/lib/libfritzbox-xsi-module.so.1.0"
     [ -f "$staging/usr/share/fritzbox-xsi-module/abi/platform-abi-probe.cpp" ] || fail "the ABI probe is not in staging"
     check_consumers "$host_dir/share/buildroot/toolchainfile.cmake" "--sysroot=$staging $target_cflags" "$target_ldflags"
+    check_kit "$host_dir/share/buildroot/toolchainfile.cmake" "$staging"
 }
 
 # --- What both must deliver ------------------------------------------------------------------
@@ -275,7 +279,10 @@ check_consumers() {
             flags=$(PKG_CONFIG_LIBDIR="$root/usr/lib/pkgconfig" PKG_CONFIG_SYSROOT_DIR="$root" \
                 pkgconf --cflags --libs fritzbox-xsi-module) || { fail "pkgconf finds no fritzbox-xsi-module" && continue; }
         else
-            flags=$(PKG_CONFIG_LIBDIR="$root/usr/lib/pkgconfig" pkgconf --cflags --libs fritzbox-xsi-module) || continue
+            # (pkg-config compares -I and -L with the system directories after it has put the sysroot in
+            # front, so it keeps them all)
+            flags=$(PKG_CONFIG_LIBDIR="$root/usr/lib/pkgconfig" PKG_CONFIG_ALLOW_SYSTEM_CFLAGS=1 \
+                PKG_CONFIG_ALLOW_SYSTEM_LIBS=1 pkgconf --cflags --libs fritzbox-xsi-module) || continue
             flags=$(sed -E "s#(^| )-([IL])#\\1-\\2$root#g" <<<"$flags")
         fi
         echo "== pkg-config ($rules): $flags"
@@ -284,6 +291,15 @@ check_consumers() {
             -o "$work/glue-$rules.so" 2>"$work/glue-$rules.log" ||
             { cat "$work/glue-$rules.log" && fail "the pkg-config flags ($rules) do not build a consumer"; }
     done
+}
+
+# The conformance kit as shipped, configured from the staging sysroot the way a firmware team starts
+# it: all its sources are there and it finds the module's package. (Not built: that needs the
+# firmware's platform library, named here only.)
+check_kit() {
+    local toolchain=$1 root=$2
+    step kit-configure cmake -S "$root/usr/share/fritzbox-xsi-module/conformance" -B "$work/kit" -G Ninja \
+        -DCMAKE_MAKE_PROGRAM=ninja -DCMAKE_TOOLCHAIN_FILE="$toolchain" -DFRITZBOX_PLATFORM="$root/usr/lib/libplatform.so"
 }
 
 case $system in

@@ -1,0 +1,3 @@
+// The facts of the installed platform headers, with which the module was built.
+#define HEADER_FACTS_FUNCTION installedHeaderFacts
+#include "HeaderFacts.inc"
