@@ -1,7 +1,10 @@
 #include "FritzBox.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
-#include <fstream>
+#include <filesystem>
 
 #include "CallList.h"
 #include "ClientUtils.h"
@@ -38,6 +41,43 @@ bool replaceTokenIfChanged(const std::string& body, std::string& token) {
 
 bool showsPictures() {
     return HardwareVersion::is_Tern() || HardwareVersion::is_Gull_any() || HardwareVersion::is_Wren_any();
+}
+
+// The router names the picture files, so the write trusts nothing it finds: it opens the directory
+// itself, not a link in its place (without the trailing slash, which would make the kernel follow
+// one), and in it only a regular file of that name that is no other file's second name (writing
+// it would change a file elsewhere). The open neither follows a link nor waits for a FIFO's
+// reader; ftruncate, which comes only after the checks, refuses anything but a regular file.
+// (fstat would do both checks but ask for a newer C library of the phone: GLIBC_2.33.)
+// Returns the open file, or -1 when there is nothing that may be written.
+int openPictureFile(const std::string& fileName) {
+    const std::string directoryPath(kPictureDirectory, 0, kPictureDirectory.size() - 1);
+    const int directory = ::open(directoryPath.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    if (directory == -1) {
+        return -1;
+    }
+    // Readable by all: the phone's user interface may show the pictures as another user.
+    int file = ::openat(directory, fileName.c_str(),
+                        O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0644);
+    ::close(directory);
+    std::error_code unknown;
+    if (file != -1 &&
+        (std::filesystem::hard_link_count(picturePath(fileName), unknown) != 1 || ::ftruncate(file, 0) != 0)) {
+        ::close(file);
+        file = -1;
+    }
+    return file;
+}
+
+// Writes all of `bytes`, going on after a partial write; an error ends it early.
+void writeAll(int file, const std::string& bytes) {
+    for (std::size_t written = 0; written != bytes.size();) {
+        const ssize_t count = ::write(file, bytes.data() + written, bytes.size() - written);
+        if (count <= 0) {
+            return;
+        }
+        written += static_cast<std::size_t>(count);
+    }
 }
 
 }  // namespace
@@ -278,15 +318,15 @@ bool FritzBox::retrieveContactImage(std::string& imageURL, std::string& imageFil
 
     imageFile = picturePath(target.fileName);
     FRITZBOX_TRACE("retrieveContactImage() store imageFile[%s]", imageFile.c_str());
-    {
-        // Always rewritten: a picture of the same name from an earlier contact is replaced.
-        std::ofstream file(imageFile, std::ios::binary | std::ios::trunc);
-        if (!file.is_open()) {
-            FRITZBOX_LOG(2, "retrieveContactImage() cannot open file[%s]", imageFile.c_str());
-            return false;
-        }
-        file.write(photo.body.data(), static_cast<std::streamsize>(photo.body.size()));
+    // Always rewritten: a picture of the same name from an earlier contact is replaced. A write
+    // that fails after the open still counts as stored, as the entry's picture.
+    const int file = openPictureFile(target.fileName);
+    if (file == -1) {
+        FRITZBOX_LOG(2, "retrieveContactImage() cannot open file[%s]", imageFile.c_str());
+        return false;
     }
+    writeAll(file, photo.body);
+    ::close(file);
     if (traceEnabled()) {
         FRITZBOX_LOG(6, "retrieveContactImage() written[%s] responseData.size[%d] fileSize[%d]",
                      boolText(Storage::fileExists_stat(imageFile)), static_cast<int>(photo.body.size()),

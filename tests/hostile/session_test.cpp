@@ -1,12 +1,18 @@
 // Whole sessions with the bundled sample router data: a router that drops the session between
-// login and fetch (the router simulator's fault switch), and a full session traced at every log
-// level that must not leak the password anywhere (the one test that watches for it).
+// login and fetch (the router simulator's fault switch), a link planted as the picture
+// directory, and a full session traced at every log level that must not leak the password anywhere
+// (the one test that watches for it).
 #include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
 
 #include "LinuxPlatform.h"
 #include "LogCapture.h"
 #include "ModuleFixture.h"
 #include "RouterSimulator.h"
+#include "Storage.h"
 
 using namespace testsupport;
 using Broadsoft::Filters::CallLogs;
@@ -56,6 +62,35 @@ TEST(SampleRouterTest, ADroppedSessionIsKeptUntilACredentialChanges) {
     EXPECT_TRUE(log.contains("getCallLogId()"));
     EXPECT_FALSE(directoryEmpty());
     EXPECT_EQ(simulator.stats().logins, 2u);
+    linux_platform::clearHostMappings();
+}
+
+// A link planted in the picture directory's place, to a directory of the phone's configuration
+// where a link named like the router's first picture leads to a settings file: a whole directory
+// session still shows the pictures, changes nothing outside the picture directory and leaves
+// nothing behind.
+TEST(SampleRouterTest, APlantedLinkTakesNoPictureOutOfItsDirectory) {
+    const std::string system = "/data/images/system", directory = "/data/images/fritzbox";
+    ASSERT_TRUE(Storage::makeDir(system));
+    std::ofstream(system + "/config") << "setting=1";
+    ASSERT_EQ(::symlink("config", (system + "/1.jpg").c_str()), 0);
+    ASSERT_EQ(::symlink(system.c_str(), directory.c_str()), 0);
+    routersim::RouterSimulator simulator(routersim::RouterData::loadFromDirectory(FRITZBOX_SAMPLE_DATA_DIR), {});
+    linux_platform::mapHost("fritz.box", "80", "127.0.0.1", std::to_string(simulator.start()));
+    linux_platform::setPhoneModel(linux_platform::PhoneModel::Tern);
+    {
+        FritzBox box{"admin", routersim::SimulatorOptions().password};
+        std::string token;
+        ASSERT_TRUE(box.sync(Personal, token));
+        EXPECT_NE(box.getData(Personal).find("<name>Anna Beispiel@@@" + directory + "/1.jpg</name>"),
+                  std::string::npos);
+        EXPECT_EQ(Storage::fileSize(directory + "/1.jpg"), Storage::fileSize(FRITZBOX_SAMPLE_DATA_DIR "/photos/1.jpg"));
+    }
+    EXPECT_EQ(Storage::fileSize(system + "/config"), 9);
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(system), {}), 2) << "config and 1.jpg only";
+    EXPECT_FALSE(Storage::fileExists_stat(directory));
+    Storage::deleteDirectory(system);
+    linux_platform::setPhoneModel(linux_platform::PhoneModel::Other);
     linux_platform::clearHostMappings();
 }
 

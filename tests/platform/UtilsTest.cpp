@@ -1,10 +1,13 @@
 // The platform's small helpers, each family one table: serializer, text helpers, storage, MD5 and
 // the log line on stderr.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdlib>
 #include <fstream>
+#include <functional>
+#include <iostream>
 #include <memory>
 
 #include "ClientUtils.h"
@@ -86,27 +89,69 @@ TEST(ClientUtils, TextHelpers) {
     EXPECT_EQ(ClientUtils::escapeXMLString("a&b<c>d\"e'f"), "a&amp;b&lt;c&gt;d&quot;e&apos;f");
 }
 
-// A tree holding links to a directory and a file outside it, and a link of its own, are deleted;
-// what the links point to stays.
-TEST(Storage, DeletesTreesAndLinksButNeverWhatTheyPointTo) {
+// Whatever stands at the path, makeDir leaves a directory of this user that no one else can write,
+// so nobody else can plant or redirect a file in it: a link in the way goes, never what it points
+// to, and an untrusted directory goes with what it holds; a private one is kept as it is. Then
+// deleteDirectory removes a tree holding links to a directory and a file outside it, and links of
+// its own (one dangling, named with the trailing slash the module's path has), following none.
+TEST(Storage, MakesPrivateDirectoriesAndDeletesWithoutFollowingLinks) {
     char pattern[] = "/tmp/fritzbox-storage-XXXXXX";
     ASSERT_NE(::mkdtemp(pattern), nullptr);
-    const std::string root = pattern, outside = root + "/outside", tree = root + "/tree";
+    const std::string root = pattern, outside = root + "/outside", keep = outside + "/keep.txt";
+    const std::string parent = root + "/parent", path = parent + "/pics", tree = root + "/tree";
     const std::shared_ptr<void> cleanup(nullptr, [&](void*) { Storage::deleteDirectory(root); });  // also on failure
-    ASSERT_TRUE(Storage::makeDir(outside));
-    EXPECT_TRUE(Storage::makeDir(outside));  // already there
-    std::ofstream(outside + "/keep.txt") << "precious";
-    EXPECT_FALSE(Storage::makeDir(outside + "/keep.txt")) << "a file is no directory";
+    ASSERT_EQ(::mkdir(outside.c_str(), 0755), 0);
+    std::ofstream(keep) << "precious";
+    const auto directory = [&path](mode_t mode) {
+        return ::mkdir(path.c_str(), mode) == 0 && ::chmod(path.c_str(), mode) == 0 &&
+               std::ofstream(path + "/kept.jpg").good();
+    };
+    const auto link = [&path](const std::string& target) { return ::symlink(target.c_str(), path.c_str()) == 0; };
+    const struct {
+        const char* found;
+        std::function<bool()> plant;  // none: not even the parent is there
+        bool kept;
+        const char* skipWhen = nullptr;  // the plant may fail here
+    } rows[] = {
+        {"nothing", nullptr, false},
+        {"a private directory", [&] { return directory(0755); }, true},
+        {"a link to a directory", [&] { return link(outside); }, false},
+        {"a link to a file", [&] { return link(keep); }, false},
+        {"a dangling link", [&] { return link(outside + "/absent"); }, false},
+        {"a file", [&] { return std::ofstream(path).good(); }, false},
+        {"a directory that others can write", [&] { return directory(0757); }, false},
+        {"a directory that its group can write", [&] { return directory(0775); }, false},
+        {"a directory of another user", [&] { return directory(0755) && ::chown(path.c_str(), 1, 1) == 0; }, false,
+         "in a user namespace that maps no other user"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.found);
+        Storage::deleteDirectory(parent);
+        if (row.plant && (::mkdir(parent.c_str(), 0755) != 0 || !row.plant())) {
+            ASSERT_NE(row.skipWhen, nullptr);
+            std::cout << "[  SKIPPED ] the row with " << row.found << ": cannot plant it " << row.skipWhen << "\n";
+            continue;
+        }
+        EXPECT_TRUE(Storage::makeDir(path + "/"));
+        struct stat info;
+        ASSERT_EQ(::lstat(path.c_str(), &info), 0);
+        EXPECT_TRUE(S_ISDIR(info.st_mode) && info.st_uid == ::geteuid() && (info.st_mode & 022) == 0) << info.st_mode;
+        EXPECT_EQ(Storage::fileExists_stat(path + "/kept.jpg"), row.kept);
+    }
+    EXPECT_FALSE(Storage::makeDir(keep + "/pics")) << "a file as the parent";
+
     ASSERT_TRUE(Storage::makeDir(tree + "/a/b"));
     std::ofstream(tree + "/a/b/file.txt") << "x";
     ASSERT_EQ(::symlink(outside.c_str(), (tree + "/a/dirlink").c_str()), 0);
-    ASSERT_EQ(::symlink((outside + "/keep.txt").c_str(), (tree + "/a/b/filelink").c_str()), 0);
+    ASSERT_EQ(::symlink(keep.c_str(), (tree + "/a/b/filelink").c_str()), 0);
     ASSERT_EQ(::symlink(outside.c_str(), (root + "/link").c_str()), 0);
-    for (const std::string& path : {tree, root + "/link", root + "/missing"}) {
-        EXPECT_TRUE(Storage::deleteDirectory(path)) << path;
-        EXPECT_FALSE(Storage::fileExists_stat(path)) << path;
+    ASSERT_EQ(::symlink("absent", (root + "/slashlink").c_str()), 0);
+    for (const std::string& gone : {tree, root + "/link", root + "/slashlink/", root + "/missing"}) {
+        EXPECT_TRUE(Storage::deleteDirectory(gone)) << gone;
+        struct stat info;
+        EXPECT_NE(::lstat(gone.substr(0, gone.find_last_not_of('/') + 1).c_str(), &info), 0) << gone;
     }
-    EXPECT_EQ(Storage::fileSize(outside + "/keep.txt"), 8);
+    EXPECT_EQ(Storage::fileSize(keep), 8);
     EXPECT_EQ(Storage::fileSize(outside), -1) << "a directory";
     EXPECT_EQ(Storage::fileSize(root + "/missing"), -1);
 }
