@@ -110,6 +110,9 @@ yocto() {
     export LDFLAGS="-Wl,-O1 -Wl,--hash-style=gnu -Wl,--as-needed $debug_maps $relro_ldflags"
     yocto_toolchain_file >"$workdir/toolchain.cmake"
 
+    # do_populate_lic compares the licence file with the recipe's checksum.
+    [ "$(recipe_value LIC_FILES_CHKSUM "$recipe")" = "file://LICENSE;md5=$(md5sum <"$source_dir/LICENSE" | cut -d' ' -f1)" ] ||
+        fail "LIC_FILES_CHKSUM is not the md5 of LICENSE"
     local extra_oecmake
     extra_oecmake=$(recipe_value EXTRA_OECMAKE "$recipe")
     [ -n "$extra_oecmake" ] || fail "$recipe sets no EXTRA_OECMAKE"
@@ -218,6 +221,10 @@ buildroot() {
     # copy here also leaves out the checkout's own build directories).
     (cd "$source_dir" && tar -c --exclude=.git --exclude='./build*' .) | tar -x -C "$src"
 
+    # legal-info checks the licence files against the .hash file.
+    grep -qx "sha256  $(sha256sum <"$source_dir/LICENSE" | cut -d' ' -f1)  LICENSE" \
+        "$source_dir/contrib/buildroot/package/fritzbox-xsi-module/fritzbox-xsi-module.hash" ||
+        fail "the .hash file has not the sha256 of LICENSE"
     local conf_opts
     conf_opts=$(buildroot_make print-FRITZBOX_XSI_MODULE_CONF_OPTS)
     [ "$(buildroot_make print-FRITZBOX_XSI_MODULE_SUPPORTS_IN_SOURCE_BUILD)" = NO ] ||
