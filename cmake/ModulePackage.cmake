@@ -1,11 +1,11 @@
 # make package: the module for whatever the build targets (the phone's armhf in a cross build, the
 # build machine otherwise), from a build configured for packages (the package-* presets: MinSizeRel,
 # install prefix /usr, the multiarch library directory).
-#   cpack         a .tar.gz of the component "module" (lib/<triplet>/, include/, share/ at its top,
-#                 to unpack into any prefix)
+#   cpack         a .tar.gz of the components "module" and "conformance" (the kit's sources)
+#                 (lib/<triplet>/, include/, share/ at its top, to unpack into any prefix)
 #   target debs   the Debian packages libfritzbox-xsi-module1 and libfritzbox-xsi-module-dev
 #                 (scripts/build-debs.sh, control data in cmake/debian/), checked by lintian
-# Only the component "module" goes in, so that programs a full build installs never end up in the
+# Only these two components go in, so that programs a full build installs never end up in the
 # firmware's packages.
 set(CPACK_PACKAGE_NAME fritzbox-xsi-module)
 set(CPACK_PACKAGE_VENDOR "fritzbox-xsi")
@@ -13,11 +13,13 @@ set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "FritzBox router client module for the pho
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
 set(CPACK_GENERATOR TGZ)
 set(CPACK_STRIP_FILES ON)  # the firmware's flash counts the stripped size
-set(CPACK_COMPONENTS_ALL module)
+set(CPACK_COMPONENTS_ALL module conformance)
 set(CPACK_ARCHIVE_COMPONENT_INSTALL ON)
 set(CPACK_COMPONENTS_GROUPING ALL_COMPONENTS_IN_ONE)
 set(CPACK_SYSTEM_NAME linux-${CMAKE_SYSTEM_PROCESSOR})
 set(CPACK_ARCHIVE_FILE_NAME ${CPACK_PACKAGE_NAME}-${PROJECT_VERSION}-${CPACK_SYSTEM_NAME})
+set(CPACK_PROJECT_CONFIG_FILE ${PROJECT_SOURCE_DIR}/cmake/CPackProjectConfig.cmake)  # SOURCE_DATE_EPOCH
+set(CPACK_FRITZBOX_CHANGELOG ${PROJECT_SOURCE_DIR}/cmake/debian/changelog)
 include(CPack)
 
 # The target's Debian architecture, not the machine's that builds: dpkg there would name its own.

@@ -9,7 +9,8 @@
 # Both describe only what the library exports and what its exported functions reach, and leave
 # libstdc++'s internals out (abi/std-internals.suppr). The baseline holds no path of this machine:
 # source locations, the compilation directory and the library's path are left out, and the
-# sources' names in the debug information are relative to the tree (-fdebug-prefix-map).
+# sources' names in the debug information are relative to the tree (the top-level build's
+# -ffile-prefix-map).
 # Usage: abi-baseline.sh check|update <baseline.abi> <library.so>
 set -euo pipefail
 

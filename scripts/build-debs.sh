@@ -1,8 +1,10 @@
 #!/usr/bin/env bash
 # Builds the module's Debian packages from a build tree configured for them (install prefix /usr,
 # CMAKE_INSTALL_LIBDIR lib/<multiarch triplet>: the package-* presets):
-#   libfritzbox-xsi-module1     the library and its SONAME link, a shlibs file, the ldconfig trigger
-#   libfritzbox-xsi-module-dev  headers, the .so link, the CMake package, the pkg-config file
+#   libfritzbox-xsi-module1     the library and its SONAME link, a shlibs file, the ldconfig trigger,
+#                               the bill of materials (fritzbox-xsi-module.spdx)
+#   libfritzbox-xsi-module-dev  headers, the .so link, the CMake package, the pkg-config file, the
+#                               platform ABI probe and the conformance kit's sources
 # each with /usr/share/doc/<package>/copyright (machine-readable, the licence text taken from
 # LICENSE) and changelog.Debian.gz. The control files come from cmake/debian/ through
 # dpkg-gencontrol, the library's dependencies from dpkg-shlibdeps. Where lintian is installed it
@@ -25,12 +27,20 @@ umask 022
 mkdir "$work/debian" && cp "$source_dir/cmake/debian/control" "$source_dir/cmake/debian/changelog" "$work/debian/"
 cd "$work"
 version=$(dpkg-parsechangelog -SVersion)
-export SOURCE_DATE_EPOCH=$(dpkg-parsechangelog -STimestamp)  # file times in the packages
+# File times in the packages and the bill of materials' creation time: the changelog's date unless
+# the environment sets one, so that a second build of the same sources gives the same bytes.
+export SOURCE_DATE_EPOCH=${SOURCE_DATE_EPOCH:-$(dpkg-parsechangelog -STimestamp)}
 
-DESTDIR=$work/stage cmake --install "$build" --prefix /usr --component module --strip >/dev/null
+for component in module conformance; do
+    DESTDIR=$work/stage cmake --install "$build" --prefix /usr --component "$component" --strip >/dev/null
+done
 [ -e "stage/$lib/libfritzbox-xsi-module.so.1" ] ||
     { echo "build-debs: the library is not in /$lib: configure with CMAKE_INSTALL_LIBDIR=${lib#usr/}" >&2 && exit 1; }
-rm -r stage/usr/share/doc/fritzbox-xsi-module  # the licence: in each package's copyright file instead
+# The licence goes into each package's copyright file instead; the bill of materials describes the
+# library, so it goes with the runtime package.
+docs=stage/usr/share/doc/fritzbox-xsi-module
+mkdir -p "debian/$runtime/usr/share/doc/$runtime" && mv "$docs/fritzbox-xsi-module.spdx" "debian/$runtime/usr/share/doc/$runtime/"
+rm -r "$docs"
 
 # Each package's files go under debian/<package>, where dpkg-shlibdeps and dpkg-gencontrol look.
 mkdir -p "debian/$runtime/$lib" && mv stage/"$lib"/libfritzbox-xsi-module.so.1* "debian/$runtime/$lib/"
