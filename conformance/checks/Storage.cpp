@@ -80,6 +80,52 @@ void linksNotFollowed(Context& context) {
                exists(pictures) ? "the directory is still there" : "the link's target was deleted");
 }
 
+bool privateDirectory(const std::string& path) {
+    struct stat status;
+    return ::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode) && status.st_uid == ::geteuid() &&
+           (status.st_mode & (S_IWGRP | S_IWOTH)) == 0;
+}
+
+// What makeDir finds at the path decides what it leaves: a private directory of the user is kept
+// with its contents; a link (to a directory) and a directory that others can write are replaced by
+// a fresh private directory, and what the link pointed to stays as it was.
+void makesPrivateDirectory(Context& context) {
+    const std::string pictures = context.directory + "/pictures", outside = context.directory + "/outside";
+    ::mkdir(outside.c_str(), 0700);
+    writeFile(outside + "/keep.jpg", "keep");
+    if (::symlink(outside.c_str(), pictures.c_str()) != 0) {
+        fail("the kit able to make a symbolic link", "an error");
+    }
+    Storage::makeDir(pictures + "/");
+    expectTrue(privateDirectory(pictures) && exists(outside + "/keep.jpg"),
+               "a link in the directory's place replaced by a private directory, its target kept",
+               privateDirectory(pictures) ? "the link's target lost its file" : "no private directory");
+
+    writeFile(pictures + "/kept.jpg", "kept");
+    Storage::makeDir(pictures + "/");
+    expectTrue(exists(pictures + "/kept.jpg"), "a private directory kept with its files", "its file went");
+
+    ::chmod(pictures.c_str(), 0777);
+    Storage::makeDir(pictures + "/");
+    expectTrue(privateDirectory(pictures) && !exists(pictures + "/kept.jpg"),
+               "a directory others can write replaced by a fresh private one",
+               privateDirectory(pictures) ? "the old files are still there" : "still writable by others");
+}
+
+// The path itself a link, named with a trailing slash as the module names it: the link goes, what
+// it points to stays.
+void removesLinkItself(Context& context) {
+    const std::string pictures = context.directory + "/pictures", outside = context.directory + "/outside";
+    ::mkdir(outside.c_str(), 0700);
+    writeFile(outside + "/keep.jpg", "keep");
+    if (::symlink(outside.c_str(), pictures.c_str()) != 0) {
+        fail("the kit able to make a symbolic link", "an error");
+    }
+    Storage::deleteDirectory(pictures + "/");
+    expectTrue(!exists(pictures) && exists(outside + "/keep.jpg"), "the link gone and its target's file kept",
+               exists(pictures) ? "the link is still there" : "the target's file was deleted");
+}
+
 void queriesHarmless(Context& context) {
     const std::string file = context.directory + "/photo.jpg", missing = context.directory + "/missing.jpg";
     writeFile(file, "0123456789");
@@ -109,7 +155,9 @@ std::vector<Check> storageChecks() {
         {"storage.makeDir.trailing-slash", createsWithTrailingSlash, 10},
         {"storage.makeDir.parents", createsParents, 10},
         {"storage.deleteDirectory.contents", removesContents, 10},
+        {"storage.makeDir.private", makesPrivateDirectory, 10},
         {"storage.deleteDirectory.links-not-followed", linksNotFollowed, 10},
+        {"storage.deleteDirectory.link-itself", removesLinkItself, 10},
         {"storage.queries.harmless", queriesHarmless, 10},
         {"storage.queries.values", queryValues, 10},
     };
