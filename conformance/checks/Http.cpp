@@ -152,6 +152,26 @@ void readResults(Context& context) {
     }
 }
 
+// The module hands readMoreData a fresh string each time; the header promises that the bytes are
+// appended to what the string holds.
+void readMoreAppends(Context& context) {
+    const std::string body = pattern(300000);
+    LoopbackRouter router(context, replying({HttpReply{200, {}, body}}));
+    Transport transport(kRouterHost);
+    HttpClient client;
+    client.setDestinationHost(kRouterHost, "80");
+    client.sendRequest(transport.connection.get(), HttpClientIfc::GET, 0, {}, "/kit", "", 0, "", "", 1, 0);
+    std::string first;
+    HttpClientIfc::eStatusCode status = HttpClientIfc::eStatusNone;
+    int totalLength = 0;
+    HttpClientIfc::HeaderMap headers;
+    client.readResponse(transport.connection.get(), first, kReadLimit, status, totalLength, headers);
+    std::string more = "kept:";
+    client.readMoreData(transport.connection.get(), more, kReadLimit);
+    expectTrue(more.compare(0, 5, "kept:") == 0 && body.compare(first.size(), more.size() - 5, more, 5) == 0,
+               "the next body bytes appended after \"kept:\"", quoted(more));
+}
+
 void readInPieces(Context& context) {
     const std::string body = pattern(500000);
     const std::pair<const char*, HttpReply> rows[] = {
@@ -298,6 +318,7 @@ std::vector<Check> httpChecks() {
         {"http.send.failure-is-1", sendFailureIsOne, 20},
         {"http.read.results", readResults, 20},
         {"http.read.in-pieces", readInPieces, 20},
+        {"http.read.more-appends", readMoreAppends, 20},
         {"http.read.bodies-by-status", bodiesByStatus, 20},
         {"http.redirect.host", redirectHost, 20},
         {"http.route.named-host", routedToNamedHost, 20},

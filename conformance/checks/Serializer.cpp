@@ -85,6 +85,24 @@ void exhaustedEmpty(Context&) {
     expectEqual("the field read from an empty record", "", field);
 }
 
+// The module writes with escape false; the header promises more for escape true: no line break and
+// no ";" in the record, and every field back as it was.
+void escapedFields(Context&) {
+    const std::vector<std::string> fields = {"line\nbreak", "carriage\rreturn", "semi;colon", "back\\slash",
+                                             std::string("nul\0byte", 8)};
+    std::string record;
+    for (const std::string& field : fields) {
+        Serializer::serialize(record, field, true);
+    }
+    expectTrue(record.find_first_of("\n\r;") == std::string::npos, "no line break and no ; in an escaped record",
+               quoted(record));
+    for (const std::string& field : fields) {
+        std::string read;
+        Serializer::deserialize(record, read, true);
+        expectEqual("an escaped field read back", field, read);
+    }
+}
+
 }  // namespace
 
 std::vector<Check> serializerChecks() {
@@ -93,6 +111,7 @@ std::vector<Check> serializerChecks() {
         {"serializer.empty-fields", emptyFields, 10},
         {"serializer.malformed-no-crash", malformedRecords, 20},
         {"serializer.exhausted-empty", exhaustedEmpty, 10},
+        {"serializer.escaped-fields", escapedFields, 10},
     };
 }
 

@@ -1,0 +1,10 @@
+// Equivalent: an itos through the C library's %d, which never groups thousands whatever the locale.
+#include <cstdio>
+
+#include "ClientUtils.h"
+
+std::string ClientUtils::itos(int value) {
+    char digits[16];
+    std::snprintf(digits, sizeof digits, "%d", value);
+    return digits;
+}

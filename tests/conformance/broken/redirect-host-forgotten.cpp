@@ -1,0 +1,6 @@
+// A client that follows redirects but never tells where they led.
+#include "HttpClient.h"
+
+std::string HttpClient::getRedirectHost() {
+    return std::string();
+}

@@ -1,0 +1,13 @@
+// A client that throws when a request cannot be sent instead of returning FAILURE.
+#include "Real.h"
+
+int HttpClient::sendRequest(SecureConnection* connection, HTTPMETHOD method, int timeoutSeconds, HeaderMap headers,
+                            const char* path, const char* body, std::size_t bodyLength, const std::string& authUser,
+                            const std::string& authPassword, int keepAlive, int followRedirects) {
+    const int result = real::sendRequest(this, connection, method, timeoutSeconds, std::move(headers), path, body,
+                                         bodyLength, authUser, authPassword, keepAlive, followRedirects);
+    if (result == FAILURE) {
+        throw SecureTransportException("request not sent");
+    }
+    return result;
+}
