@@ -172,6 +172,7 @@ int HttpClientState::send(SecureConnection& connection, const OutgoingRequest& r
     if (!composeRequestHead(request, head)) {
         return HttpClientIfc::FAILURE;
     }
+    linux_platform::detail::noteRequest(request.target);
     m_connection = &connection;
     m_host = destinationHost.empty() ? stream().host() : destinationHost;
     m_port = destinationHost.empty() ? stream().port() : destinationPort;
@@ -243,6 +244,7 @@ int HttpClientState::readResponse(SecureConnection* connection, std::string& out
         return fail(m_reader->failure());
     }
     statusCode = static_cast<HttpClientIfc::eStatusCode>(status.code);
+    linux_platform::detail::noteAnswer(status.code);
     m_location = linux_platform::http::headerValue(headers, "Location");
     totalLength = static_cast<int>(m_reader->announcedLength());
     m_phase = Phase::ReadingBody;
@@ -304,6 +306,7 @@ int HttpClientState::fail(const std::string& reason) {
     const std::string fullReason = limit.empty() ? reason : reason + " (" + limit + ")";
     logAppQel("Platform", "./platform/linux/HttpClient", 4, __LINE__, "HTTP exchange with %s:%s failed: %s",
               m_host.c_str(), m_port.c_str(), fullReason.c_str());
+    linux_platform::detail::noteFailure(fullReason);
     m_phase = Phase::Failed;
     stream().close();
     stream().endExchange();

@@ -1,6 +1,10 @@
 // Logging of the Linux platform: one line per call on stderr, or handed to the sink a test or
 // tool installed. Lines are formatted as
 //   fritzbox <LEVEL> [MODULE] SOURCEPATH:LINE MESSAGE
+// On stderr each call is exactly one line: the module logs router bytes (whole pages, binary
+// photos, terminal escape sequences), so line breaks and other control bytes are written as
+// \n, \r, \t and \xNN (a backslash as \\), and a message is cut after kMaxLineBytes with a note
+// of how much was left out. A sink gets the record as it came.
 #include "Logging.h"
 
 #include <atomic>
@@ -17,6 +21,7 @@
 namespace {
 
 constexpr int kAlwaysWrittenLevel = 2;
+constexpr std::size_t kMaxLineBytes = 4096;
 constexpr int kLevelNotSet = INT_MIN;
 
 std::atomic<int> g_logLevel{kLevelNotSet};
@@ -61,9 +66,52 @@ PLATFORM_PRINTF_FORMAT(1, 0) std::string formatMessage(const char* format, va_li
     return message;
 }
 
+void appendEscaped(std::string& line, char c) {
+    static const char kHex[] = "0123456789abcdef";
+    const auto byte = static_cast<unsigned char>(c);
+    switch (c) {
+        case '\n':
+            line += "\\n";
+            return;
+        case '\r':
+            line += "\\r";
+            return;
+        case '\t':
+            line += "\\t";
+            return;
+        case '\\':
+            line += "\\\\";
+            return;
+        default:
+            break;
+    }
+    if (byte < 0x20 || byte == 0x7f) {
+        line += "\\x";
+        line += kHex[byte >> 4];
+        line += kHex[byte & 0xf];
+    } else {
+        line += c;
+    }
+}
+
+// The text with its control bytes escaped, cut so that the escaped text stays within
+// kMaxLineBytes.
+std::string oneLine(const std::string& text) {
+    std::string line;
+    std::size_t used = 0;
+    for (; used < text.size() && line.size() < kMaxLineBytes; ++used) {
+        appendEscaped(line, text[used]);
+    }
+    if (used < text.size()) {
+        line += "... (" + std::to_string(text.size() - used) + " more bytes)";
+    }
+    return line;
+}
+
 void writeToStderr(const linux_platform::LogRecord& record) {
-    const std::string line = "fritzbox <" + std::to_string(record.level) + "> [" + record.module + "] " +
-                             record.sourcePath + ":" + std::to_string(record.line) + " " + record.message + "\n";
+    const std::string line = "fritzbox <" + std::to_string(record.level) + "> [" + oneLine(record.module) + "] " +
+                             oneLine(record.sourcePath) + ":" + std::to_string(record.line) + " " +
+                             oneLine(record.message) + "\n";
     std::fwrite(line.data(), 1, line.size(), stderr);
 }
 

@@ -332,7 +332,12 @@ SecureConnection::SecureConnection(SecureTransportContext&, const std::string& h
                                        port + ")");
     }
     auto impl = std::make_unique<SecureConnectionImpl>(connectTimeoutSeconds, ioTimeoutSeconds);
-    impl->connect(host, port);
+    try {
+        impl->connect(host, port);
+    } catch (const SecureTransportException& error) {
+        linux_platform::detail::noteFailure(error.what());
+        throw;
+    }
     m_impl = impl.release();
 }
 

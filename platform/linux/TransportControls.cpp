@@ -1,6 +1,7 @@
 #include "TransportControls.h"
 
 #include <atomic>
+#include <mutex>
 
 namespace linux_platform {
 namespace {
@@ -13,7 +14,37 @@ std::atomic<unsigned> g_exchangeOverrideMs{0};
 std::atomic<unsigned> g_lowSpeedWindowOverrideMs{0};
 std::atomic<unsigned> g_lowSpeedBytesPerSecondOverride{0};
 
+std::mutex g_reportMutex;
+ExchangeReport g_report;
+
 }  // namespace
+
+ExchangeReport exchangeReport() {
+    const std::lock_guard<std::mutex> lock(g_reportMutex);
+    return g_report;
+}
+
+void resetExchangeReport() {
+    const std::lock_guard<std::mutex> lock(g_reportMutex);
+    g_report = ExchangeReport();
+}
+
+void detail::noteRequest(const std::string& target) {
+    const std::lock_guard<std::mutex> lock(g_reportMutex);
+    g_report.lastPath = target.substr(0, target.find('?'));
+    g_report.lastStatus = 0;
+}
+
+void detail::noteAnswer(int status) {
+    const std::lock_guard<std::mutex> lock(g_reportMutex);
+    g_report.lastStatus = status;
+}
+
+void detail::noteFailure(const std::string& reason) {
+    const std::lock_guard<std::mutex> lock(g_reportMutex);
+    ++g_report.failures;
+    g_report.lastFailure = reason;
+}
 
 TransportStats transportStats() {
     return TransportStats{g_connectionsOpened.load(), g_requestsSent.load()};

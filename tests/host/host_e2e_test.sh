@@ -14,11 +14,12 @@ trap 'stop_simulators; rm -rf "$WORK"' EXIT
 
 check() { CHECKS=$((CHECKS + 1)) && "${@:2}" || { FAILED=$((FAILED + 1)) && echo "FAILED: $1" >&2; }; }  # check TEXT COMMAND...
 # expect STATUS REGEX COMMAND...: COMMAND (with FRITZBOX_PASSWORD set) ends with STATUS and writes a
-# line matching REGEX to stdout or stderr; for status 2 and 3 its stderr is exactly that one line.
+# line matching REGEX to stdout or stderr; for status 2 and 3 (usage, token file) its stderr is
+# exactly that one line.
 expect() {
     FRITZBOX_PASSWORD=$PASSWORD timeout 120 "${@:3}" >"$OUT" 2>"$ERR"
     local status=$? ok=0
-    [ $status -eq "$1" ] && grep -qE -- "$2" "$OUT" "$ERR" && { [ "$1" -lt 2 ] || [ "$(wc -l <"$ERR")" = 1 ]; } && ok=1
+    [ $status -eq "$1" ] && grep -qE -- "$2" "$OUT" "$ERR" && { [ "$1" != 2 ] && [ "$1" != 3 ] || [ "$(wc -l <"$ERR")" = 1 ]; } && ok=1
     check "${*:3}: exit $status, expected $1 and /$2/ in: $(head -c 300 "$ERR")" test $ok = 1
 }
 run_sync() { expect "$1" "$2" "${HOST[@]}" sync "${@:3}" --user admin; }  # run_sync STATUS REGEX ARGS...
@@ -107,9 +108,58 @@ expect 2 "$WORK/missing" "$SIM" --port 0 --data "$WORK/missing"
 expect 2 "127.0.0.1:$PORT: Address already in use" "$SIM" --port "$PORT"
 expect 0 sync "${HOST[@]}" --help; expect 0 listen "$SIM" --help
 
+# The document is part of the transaction: a reader that cannot take it (a full disk, a closed
+# stdout, a reader that went away) ends the run with exit 6 and leaves the token as it was.
+printf 'old\n' >"$WORK/kept-token"
+for sink in '>/dev/full' '>&-' '| true'; do
+    expect 6 'cannot write the document' bash -c "set -o pipefail; \"\$@\" $sink" _ "${HOST[@]}" sync directory "${ROUTER[@]}" \
+        --user admin --token-file "$WORK/kept-token"
+    check "output $sink: token kept" test "$(cat "$WORK/kept-token")" = old
+done
+# Failures told apart: a refused login (5), a router answering badly (4), with one line in words.
+FRITZBOX_PASSWORD=wrong expect 5 "router refused the login of user 'admin'" env FRITZBOX_PASSWORD=wrong \
+    "${HOST[@]}" sync calllogs "${ROUTER[@]}" --user admin
+start_simulator failing --force-status 500
+expect 4 'answered /fritz.box/download.lua|answered .* with status 500' "${HOST[@]}" sync calllogs \
+    --router "127.0.0.1:$PORT" --user admin
+# Values: checked before any request, each with its own line.
+for bad in '--interval nan' '--interval 1e300' '--interval -1' '--repeat 0'; do
+    run_sync 2 "${bad%% *}" calllogs "${ROUTER[@]}" $bad
+done
+expect 2 'user name must not be empty' "${HOST[@]}" sync calllogs "${ROUTER[@]}" --user ''
+expect 2 'no password' env FRITZBOX_PASSWORD= "${HOST[@]}" sync calllogs "${ROUTER[@]}" --user admin
+run_sync 2 'password-file /dev/zero: longer than 65536 bytes' calllogs "${ROUTER[@]}" --password-file /dev/zero
+run_sync 3 'token file /dev/zero: longer than 65536 bytes' calllogs "${ROUTER[@]}" --token-file /dev/zero
+expect 0 '^fritzbox-xsi 1\.0$' "${HOST[@]}" --version
+# Log levels: below 2 silent, the environment's level and model used when no option names them.
+run_sync 0 '<placed>' calllogs "${ROUTER[@]}" --log-level 0
+check "log level 0: nothing on stderr" test ! -s "$ERR"
+expect 0 'getSid\(\) m_sid=' env FRITZBOX_LOG_LEVEL=6 "${HOST[@]}" sync calllogs "${ROUTER[@]}" --user admin
+expect 0 '/data/images/fritzbox/' env FRITZBOX_PHONE_MODEL=tern "${HOST[@]}" sync directory "${ROUTER[@]}" --user admin
+# The token file keeps its mode, and a link to it stays a link whose target is replaced.
+printf 'x\n' >"$WORK/mode-token" && chmod 640 "$WORK/mode-token" && ln -s mode-token "$WORK/token-link"
+run_sync 0 '<numberOfRecords>' directory "${ROUTER[@]}" --token-file "$WORK/token-link"
+check "token: the mode kept" test "$(stat -c %a "$WORK/mode-token")" = 640
+check "token: the link kept, its target replaced" test -L "$WORK/token-link" -a "$(wc -c <"$WORK/mode-token")" = 33
+# Repeated syncs: each document ends with a NUL byte.
+run_sync 1 '<numberOfRecords>' directory "${ROUTER[@]}" --repeat 2
+check "repeat: two NUL-ended documents" test "$(tr -cd '\0' <"$OUT" | wc -c)" = 2
+# A stop signal during the wait between syncs ends the run at once, with 128 + the signal, and
+# the module object is destroyed: no picture is left.
+for signal in INT TERM HUP; do
+    FRITZBOX_PASSWORD=$PASSWORD "${HOST[@]}" sync directory "${ROUTER[@]}" --user admin --model tern --repeat 3 \
+        --interval 3600 >"$OUT" 2>"$ERR" &
+    for _ in $(seq 300); do [ "$(tr -cd '\0' <"$OUT" | wc -c)" -ge 1 ] && break || sleep 0.1; done
+    kill -"$signal" $!
+    wait $!
+    status=$?
+    check "SIG$signal: exit $status, expected $((128 + $(kill -l "$signal")))" test $status = $((128 + $(kill -l "$signal")))
+    check "SIG$signal: the pictures are gone" test ! -e "$PICTURES"
+done
+
 # An unreachable router: a clear message and a prompt end.
 stop_simulators
-run_sync 1 "connectionHandler\(\) exception='" calllogs "${ROUTER[@]}"
+run_sync 4 "router could not be used: cannot connect to fritz.box:80" calllogs "${ROUTER[@]}"
 
 # A redirect to another host reaches that host, and the requests after it go back to the router,
 # whether the router keeps its connections open or closes each one (the login then fails: its
@@ -117,7 +167,7 @@ run_sync 1 "connectionHandler\(\) exception='" calllogs "${ROUTER[@]}"
 for closing in "" --close-connections; do
     start_simulator target --verbose && TARGET_PORT=$PORT
     start_simulator router --verbose --redirects 1 --redirect-host other.test $closing
-    run_sync 1 'error getting SID' calllogs --router "127.0.0.1:$PORT" --connect-to "other.test:80:127.0.0.1:$TARGET_PORT"
+    run_sync 5 'router refused the login' calllogs --router "127.0.0.1:$PORT" --connect-to "other.test:80:127.0.0.1:$TARGET_PORT"
     stop_simulators  # their --verbose request lines are all written once they have ended
     check "redirect $closing: the other host was asked" grep -qE ' -> [0-9]{3}$' "$WORK/target.err"
     check "redirect $closing: later requests back at the router" test "$(grep -cE ' -> [0-9]{3}$' "$WORK/router.err")" -ge 2

@@ -206,13 +206,22 @@ TEST(PhoneModel, ComesFromTheEnvironmentUntilSet) {
 
 // Without a sink a line goes to stderr in the phone's format, a message far longer than any fixed
 // buffer whole.
-TEST(Logging, WritesOneFormattedLineToStderrWithoutASink) {
-    const std::string longText(100000, 'x');
+std::string writtenToStderr(const std::string& message) {
     linux_platform::setLogLevel(6);
     ::testing::internal::CaptureStderr();
-    logAppQel("Broadsoft Service", "./src/FritzBox", 6, 123, "message %s", longText.c_str());
-    const std::string written = ::testing::internal::GetCapturedStderr();
-    EXPECT_EQ(written, "fritzbox <6> [Broadsoft Service] ./src/FritzBox:123 message " + longText + "\n");
+    logAppQel("Broadsoft Service", "./src/FritzBox", 6, 123, "message %s", message.c_str());
+    return ::testing::internal::GetCapturedStderr();
+}
+
+// Router bytes reach log lines: on stderr each call stays one line, its control bytes escaped
+// (no terminal escape sequence gets through), and a long message is cut with a note.
+TEST(Logging, WritesEachCallAsOneEscapedLineToStderrWithoutASink) {
+    const std::string prefix = "fritzbox <6> [Broadsoft Service] ./src/FritzBox:123 ";
+    EXPECT_EQ(writtenToStderr("plain text"), prefix + "message plain text\n");
+    EXPECT_EQ(writtenToStderr("<html>\r\n\x1b[2J\x07\tA\\B\x7f\xc3\xa4</html>"),
+              prefix + "message <html>\\r\\n\\x1b[2J\\x07\\tA\\\\B\\x7f\xc3\xa4</html>\n");
+    const std::string written = writtenToStderr(std::string(100000, 'x'));
+    EXPECT_EQ(written, prefix + "message " + std::string(4096 - 8, 'x') + "... (95912 more bytes)\n");
 }
 
 }  // namespace

@@ -11,7 +11,8 @@
 namespace tools {
 namespace {
 
-// Reads until end of file; false with errno set on a read error.
+// Reads until end of file; false with errno set on a read error or when the file holds more
+// than kMaxSmallFileBytes (EFBIG).
 bool readAll(int fd, std::string& text) {
     char buffer[4096];
     for (;;) {
@@ -24,6 +25,10 @@ bool readAll(int fd, std::string& text) {
         }
         if (got > 0) {
             text.append(buffer, static_cast<std::size_t>(got));
+        }
+        if (text.size() > kMaxSmallFileBytes) {
+            errno = EFBIG;
+            return false;
         }
     }
 }
@@ -50,6 +55,13 @@ FileText readTextFile(const std::string& path) {
     return result;
 }
 
+std::string describeFileError(int error) {
+    if (error == EFBIG) {
+        return "longer than " + std::to_string(kMaxSmallFileBytes) + " bytes";
+    }
+    return std::strerror(error);
+}
+
 std::string withoutLineEnd(std::string text) {
     if (!text.empty() && text.back() == '\n') {
         text.pop_back();
@@ -64,7 +76,7 @@ std::string readPasswordFile(const std::string& path) {
     const FileText file = readTextFile(path);
     const std::string problem = "--password-file " + path + ": ";
     if (file.error != 0) {
-        throw std::invalid_argument(problem + std::strerror(file.error));
+        throw std::invalid_argument(problem + describeFileError(file.error));
     }
     const std::string password = withoutLineEnd(file.text);
     if (password.empty()) {

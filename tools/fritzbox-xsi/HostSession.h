@@ -4,10 +4,12 @@
 // document.
 #include <map>
 #include <ostream>
+#include <stdexcept>
 #include <string>
 
 #include "FilterTypes.h"
 #include "FritzBox.h"
+#include "LinuxPlatform.h"
 
 namespace host {
 
@@ -34,10 +36,30 @@ struct SyncPlan {
     double intervalSeconds = 0;
 };
 
+// What a sync came to. The module says only true (new data) or false; the platform's exchange
+// report tells the false results apart.
+enum class SyncOutcome { Changed, Unchanged, RouterFailed, LoginRefused };
+
+struct SyncReport {
+    SyncOutcome outcome = SyncOutcome::Unchanged;
+    std::string explanation;  // for a failure: one sentence a user understands
+};
+
+SyncReport classifySync(bool synced, const linux_platform::ExchangeReport& exchanges, const std::string& user);
+
+// The document could not be written to its reader; the token file then stays as it was.
+class OutputError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
 // Runs the plan's syncs on one session, printing the document after each to `out` (also after
-// a false result, as the phone shows it). Returns the last sync's result. Throws TokenFileError
-// when the token file cannot be read or replaced.
-bool runSyncs(const SyncPlan& plan, std::ostream& out);
+// a false result, as the phone shows it) and flushing it; only a document that reached `out`
+// advances the token file. With more than one sync each document ends with a NUL byte. A stop
+// signal ends the run after the sync under way (or at once during a wait). Returns the last
+// sync's report. Throws TokenFileError when the token file cannot be read or replaced and
+// OutputError when a document cannot be written.
+SyncReport runSyncs(const SyncPlan& plan, std::ostream& out);
 
 // "calllogs" -> 0, "directory" -> 5; false for anything else.
 bool parseDataSet(const std::string& name, Broadsoft::Filters::FilterTypes& filter);

@@ -11,8 +11,10 @@
 #include <chrono>
 #include <cstring>
 #include <stdexcept>
+#include <thread>
 
 #include "LinuxPlatform.h"
+#include "StopSignals.h"
 
 extern char** environ;
 
@@ -37,6 +39,17 @@ SimulatorProcess::SimulatorProcess(const std::string& program, const std::vector
         stop();
         throw;
     }
+}
+
+bool SimulatorProcess::reapWithin(int timeoutMs) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
+    do {
+        if (waitpid(m_pid, nullptr, WNOHANG) == m_pid) {
+            return true;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    } while (std::chrono::steady_clock::now() < deadline);
+    return false;
 }
 
 SimulatorProcess::~SimulatorProcess() {
@@ -78,6 +91,9 @@ std::string SimulatorProcess::readLine(int timeoutMs) {
         if (polled == 0) {
             throw std::runtime_error("the router simulator did not report its address in time");
         }
+        if (polled < 0 && stopSignal() != 0) {
+            throw std::runtime_error("stopped by a signal while waiting for the router simulator");
+        }
         if (polled < 0) {
             continue;  // interrupted; the deadline still holds
         }
@@ -95,10 +111,16 @@ std::string SimulatorProcess::readLine(int timeoutMs) {
     }
 }
 
+// Asks the simulator to end and gives it kStopGraceMs; one that does not (it may be stuck
+// loading its data, with SIGTERM blocked) is killed, so that stopping never hangs.
 void SimulatorProcess::stop() {
     if (m_pid > 0) {
         kill(m_pid, SIGTERM);
-        waitpid(m_pid, nullptr, 0);
+        if (!reapWithin(kStopGraceMs)) {
+            kill(m_pid, SIGKILL);
+            while (waitpid(m_pid, nullptr, 0) < 0 && errno == EINTR) {
+            }
+        }
         m_pid = -1;
     }
     if (m_output >= 0) {

@@ -13,7 +13,7 @@ public:
     // Starts `program` with `arguments` and waits for its "listening on ADDRESS:PORT" line.
     // Throws std::runtime_error when it cannot be started or ends or stays silent instead.
     SimulatorProcess(const std::string& program, const std::vector<std::string>& arguments);
-    ~SimulatorProcess();  // ends the simulator (SIGTERM) and waits for it
+    ~SimulatorProcess();  // ends the simulator (SIGTERM, SIGKILL after kStopGraceMs) and reaps it
     SimulatorProcess(const SimulatorProcess&) = delete;
     SimulatorProcess& operator=(const SimulatorProcess&) = delete;
 
@@ -24,6 +24,9 @@ private:
     void spawn(const std::string& program, const std::vector<std::string>& arguments);
     std::string readLine(int timeoutMs);
     void stop();
+    bool reapWithin(int timeoutMs);  // true when the simulator ended within the time
+
+    static constexpr int kStopGraceMs = 2000;
 
     pid_t m_pid = -1;
     int m_output = -1;  // read end of the simulator's stdout

@@ -1,6 +1,7 @@
 #include "TokenFile.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -51,6 +52,35 @@ void syncDirectory(const std::string& directory) {
     }
 }
 
+// A token file named through a symbolic link is replaced where the link points, so that the link
+// stays a link; a link that leads nowhere yet names the file to create.
+std::string linkTarget(const std::string& path) {
+    std::string target = path;
+    for (int hops = 0; hops < 40; ++hops) {
+        char buffer[4096];
+        const ssize_t length = readlink(target.c_str(), buffer, sizeof buffer - 1);
+        if (length < 0) {
+            return target;
+        }
+        const std::string next(buffer, static_cast<std::size_t>(length));
+        const std::size_t slash = target.rfind('/');
+        target = next[0] == '/' || slash == std::string::npos ? next : target.substr(0, slash + 1) + next;
+    }
+    throw TokenFileError("token file " + path + ": too many levels of symbolic links");
+}
+
+// The replaced file keeps the mode of the one it replaces; a new one gets what the umask allows
+// of 0666, as a file the shell creates.
+mode_t modeFor(const std::string& path) {
+    struct stat status;
+    if (stat(path.c_str(), &status) == 0) {
+        return status.st_mode & 07777;
+    }
+    const mode_t mask = umask(0);
+    umask(mask);
+    return 0666 & ~mask;
+}
+
 }  // namespace
 
 std::string readToken(const std::string& path) {
@@ -59,18 +89,24 @@ std::string readToken(const std::string& path) {
         return "";
     }
     if (file.error != 0) {
-        throw TokenFileError("cannot read token file " + path + ": " + std::strerror(file.error));
+        throw TokenFileError("cannot read token file " + path + ": " + tools::describeFileError(file.error));
     }
     return tools::withoutLineEnd(file.text);
 }
 
-void writeToken(const std::string& path, const std::string& token) {
+void writeToken(const std::string& named, const std::string& token) {
+    const std::string path = linkTarget(named);
     std::string temporary = path + ".XXXXXX";
     const int fd = mkostemp(&temporary[0], O_CLOEXEC);
     if (fd < 0) {
         throw TokenFileError("cannot create a temporary file beside token file " + path + ": " + std::strerror(errno));
     }
-    int error = writeSyncAndClose(fd, token + "\n");
+    int error = fchmod(fd, modeFor(path)) != 0 ? errno : 0;
+    if (error == 0) {
+        error = writeSyncAndClose(fd, token + "\n");
+    } else {
+        close(fd);
+    }
     if (error == 0 && std::rename(temporary.c_str(), path.c_str()) != 0) {
         error = errno;
     }

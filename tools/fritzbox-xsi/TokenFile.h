@@ -14,11 +14,14 @@ public:
 };
 
 // The change token stored in `path`; empty when the file does not exist. Throws TokenFileError
-// for any other file that cannot be read (a directory, no permission).
+// for any other file that cannot be read (a directory, no permission, longer than a token file
+// can be).
 std::string readToken(const std::string& path);
 
 // Writes the token to a new file beside `path`, syncs it, renames it over `path` and syncs the
-// directory. Throws TokenFileError on any failure and then leaves no temporary file behind.
+// directory. The new file keeps the old one's mode; a `path` that is a symbolic link is followed,
+// and the file it leads to is replaced. Throws TokenFileError on any failure and then leaves no
+// temporary file behind.
 void writeToken(const std::string& path, const std::string& token);
 
 }  // namespace host

@@ -67,6 +67,17 @@ struct TransportStats {
 TransportStats transportStats();
 void resetTransportStats();
 
+// What the exchanges since the last reset came to, so that a program can tell its user why a sync
+// failed without reading log text.
+struct ExchangeReport {
+    std::uint64_t failures = 0;  // exchanges (connects included) that failed
+    std::string lastPath;        // path of the last request, without its query (which can carry login data)
+    int lastStatus = 0;          // status of the last answer whose head was read; 0 when none
+    std::string lastFailure;     // why the last failed exchange failed; "" when none failed
+};
+ExchangeReport exchangeReport();
+void resetExchangeReport();
+
 // ---- phone model ----
 
 enum class PhoneModel { Other, Tern, Gull, Wren };
