@@ -30,7 +30,7 @@ from pathlib import Path
 
 REPO = Path(__file__).resolve().parent.parent
 AREAS = ("src", "platform/linux", "tools/common", "tools/fritzbox-xsi", "conformance/src", "conformance/checks",
-         "conformance/adapters")
+         "conformance/adapters", "abi")
 EQUIVALENTS = REPO / "scripts" / "mutation-equivalents.txt"
 LANES = REPO / "build-mutation" / "lanes"
 
