@@ -86,16 +86,21 @@ bool privateDirectory(const std::string& path) {
            (status.st_mode & (S_IWGRP | S_IWOTH)) == 0;
 }
 
+// `link` made a symbolic link to the directory `outside`, which holds keep.jpg.
+void plantLinkToOutside(const std::string& link, const std::string& outside) {
+    ::mkdir(outside.c_str(), 0700);
+    writeFile(outside + "/keep.jpg", "keep");
+    if (::symlink(outside.c_str(), link.c_str()) != 0) {
+        fail("the kit able to make a symbolic link", "an error");
+    }
+}
+
 // What makeDir finds at the path decides what it leaves: a private directory of the user is kept
 // with its contents; a link (to a directory) and a directory that others can write are replaced by
 // a fresh private directory, and what the link pointed to stays as it was.
 void makesPrivateDirectory(Context& context) {
     const std::string pictures = context.directory + "/pictures", outside = context.directory + "/outside";
-    ::mkdir(outside.c_str(), 0700);
-    writeFile(outside + "/keep.jpg", "keep");
-    if (::symlink(outside.c_str(), pictures.c_str()) != 0) {
-        fail("the kit able to make a symbolic link", "an error");
-    }
+    plantLinkToOutside(pictures, outside);
     Storage::makeDir(pictures + "/");
     expectTrue(privateDirectory(pictures) && exists(outside + "/keep.jpg"),
                "a link in the directory's place replaced by a private directory, its target kept",
@@ -116,11 +121,7 @@ void makesPrivateDirectory(Context& context) {
 // it points to stays.
 void removesLinkItself(Context& context) {
     const std::string pictures = context.directory + "/pictures", outside = context.directory + "/outside";
-    ::mkdir(outside.c_str(), 0700);
-    writeFile(outside + "/keep.jpg", "keep");
-    if (::symlink(outside.c_str(), pictures.c_str()) != 0) {
-        fail("the kit able to make a symbolic link", "an error");
-    }
+    plantLinkToOutside(pictures, outside);
     Storage::deleteDirectory(pictures + "/");
     expectTrue(!exists(pictures) && exists(outside + "/keep.jpg"), "the link gone and its target's file kept",
                exists(pictures) ? "the link is still there" : "the target's file was deleted");

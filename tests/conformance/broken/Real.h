@@ -2,9 +2,13 @@
 // The Linux platform's own definitions of the virtual and member operations that broken platforms
 // wrap: each forwards to the definition after the broken library, found under its mangled name
 // (sendRequest's body length is a size_t, whose mangled letter differs between 64 and 32 bits).
+#include <cstdarg>
+#include <cstdio>
 #include <string>
 
+#include "Cryptographer.h"
 #include "HttpClient.h"
+#include "Logging.h"
 #include "Next.h"
 #include "SecureTransport.h"
 
@@ -85,6 +89,27 @@ inline void constructContext(SecureTransportContext* context, const SecurityCert
         "itsIcESaIcEEE");
     construct(context, clientCertificate, clientKey, authorityCertificate, protocol, verificationPolicy,
               onlineStatusPolicy, cipherList);
+}
+
+inline std::string md5(const Cryptographer* cryptographer, const std::string& data) {
+    using Md5 = std::string (*)(const Cryptographer*, const std::string&);
+    static const Md5 hash =
+        nextDefinition<Md5>("_ZNK13Cryptographer3md5ERKNSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEE");
+    return hash(cryptographer, data);
+}
+
+// The Linux logger writing `text` as the message of one line.
+inline void logLine(const char* module, const char* sourcePath, int level, int line, const char* text) {
+    using Log = void (*)(const char*, const char*, int, int, const char*, ...);
+    static const Log log = nextDefinition<Log>("_Z9logAppQelPKcS0_iiS0_z");
+    log(module, sourcePath, level, line, "%s", text);
+}
+
+// A log call's message formatted into a buffer of `Size` bytes; the length it would have had.
+template <std::size_t Size>
+PLATFORM_PRINTF_FORMAT(2, 0)
+int formatInto(char (&buffer)[Size], const char* format, va_list arguments) {
+    return std::vsnprintf(buffer, Size, format, arguments);
 }
 
 inline void close(SecureConnection* connection) {

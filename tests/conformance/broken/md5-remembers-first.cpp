@@ -1,21 +1,10 @@
 // An md5 that caches one digest per object and hands it out for every later input.
 #include <map>
-#include <string>
 
-#include "Cryptographer.h"
-#include "Next.h"
-
-namespace {
-std::string realMd5(const Cryptographer* self, const std::string& data) {
-    using Md5 = std::string (*)(const Cryptographer*, const std::string&);
-    static const Md5 md5 =
-        nextDefinition<Md5>("_ZNK13Cryptographer3md5ERKNSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEE");
-    return md5(self, data);
-}
-}  // namespace
+#include "Real.h"
 
 std::string Cryptographer::md5(const std::string& data) const {
     static std::map<const Cryptographer*, std::string> first;
     const auto cached = first.find(this);
-    return cached != first.end() ? cached->second : first[this] = realMd5(this, data);
+    return cached != first.end() ? cached->second : first[this] = real::md5(this, data);
 }

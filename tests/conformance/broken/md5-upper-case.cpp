@@ -1,21 +1,10 @@
 // An md5 that writes its hex digits in upper case.
 #include <cctype>
-#include <string>
 
-#include "Cryptographer.h"
-#include "Next.h"
-
-namespace {
-std::string realMd5(const Cryptographer* self, const std::string& data) {
-    using Md5 = std::string (*)(const Cryptographer*, const std::string&);
-    static const Md5 md5 =
-        nextDefinition<Md5>("_ZNK13Cryptographer3md5ERKNSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEE");
-    return md5(self, data);
-}
-}  // namespace
+#include "Real.h"
 
 std::string Cryptographer::md5(const std::string& data) const {
-    std::string digest = realMd5(this, data);
+    std::string digest = real::md5(this, data);
     for (char& c : digest) {
         c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
     }
