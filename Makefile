@@ -5,7 +5,23 @@ JOBS           ?= $(shell nproc)
 CTEST_FLAGS    ?= -j $(JOBS)
 preset = cmake --preset $(1) && cmake --build --preset $(1) -j $(JOBS)
 
-.PHONY: deps build demo test test-native test-arm test-asan arm-module package fuzz bench mutation coverage format clean
+.PHONY: help deps build demo test test-native test-arm test-asan arm-module package fuzz bench mutation coverage format clean
+
+# A bare `make` only prints this: installing packages needs a target that asks for it.
+help:
+	@echo 'make demo         install what is missing, build, run the module against the bundled router simulator'
+	@echo 'make test         install, build and run every test: native, 32-bit ARM under qemu, sanitizers, fuzz smoke'
+	@echo 'make deps         install the Debian packages the builds need (scripts/install-deps.sh)'
+	@echo 'make build        the native build in build/'
+	@echo 'make test-native  the native suite; test-arm, test-asan: the ARM and sanitizer suites'
+	@echo 'make arm-module   the stripped 32-bit ARM module and its size'
+	@echo 'make package      the Debian packages and the archive'
+	@echo 'make fuzz         every fuzz target for a while (FUZZ_SECONDS)'
+	@echo 'make bench        the benchmarks (BENCH_BASELINE=<commit> compares against a commit)'
+	@echo 'make coverage     branch coverage of the native suite'
+	@echo 'make mutation     the mutation check (MUTATION_ARGS passes options)'
+	@echo 'make format       clang-format every C++ file'
+	@echo 'make clean        remove every build directory'
 
 deps:
 	@bash scripts/install-deps.sh

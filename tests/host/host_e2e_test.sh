@@ -157,6 +157,21 @@ for signal in INT TERM HUP; do
     check "SIG$signal: the pictures are gone" test ! -e "$PICTURES"
 done
 
+# The simulator ends at once on SIGINT or SIGTERM, also with a delayed answer pending.
+for signal in INT TERM; do
+    start_simulator delayed --delay-ms 60000
+    exec 3<>"/dev/tcp/127.0.0.1/$PORT" && printf 'GET /login_sid.lua HTTP/1.1\r\nHost: fritz.box\r\n\r\n' >&3
+    sleep 0.2 && kill -"$signal" "${SIM_PIDS[-1]}"
+    for _ in $(seq 20); do kill -0 "${SIM_PIDS[-1]}" 2>/dev/null && sleep 0.1 || break; done
+    check "simulator: SIG$signal with a delayed answer pending ends it within 2 s" test ! -e "/proc/${SIM_PIDS[-1]}"
+    exec 3>&-
+    stop_simulators
+done
+# --listen takes ADDR[:PORT], IPv6 in brackets; a bad one is named.
+expect 2 "--listen '\[::1': expected" "$SIM" --listen '[::1'
+expect 2 "--listen '127.0.0.1:99999': the port" "$SIM" --listen 127.0.0.1:99999
+expect 0 '^fritzbox-router-sim 1\.0$' "$SIM" --version
+
 # An unreachable router: a clear message and a prompt end.
 stop_simulators
 run_sync 4 "router could not be used: cannot connect to fritz.box:80" calllogs "${ROUTER[@]}"
@@ -181,6 +196,11 @@ expect 0 '^Demo finished as expected' "${EMULATOR[@]}" "$WORK/bin/fritzbox-xsi" 
 check "demo: every picture the directory names was on disk" \
     grep -qE '^([1-9][0-9]*) contact picture\(s\) named in the directory, \1 of them on disk' "$OUT"
 expect 1 'ended before it listened' "${EMULATOR[@]}" "$WORK/bin/fritzbox-xsi" demo --data "$WORK/missing"
+# Without a writable picture directory the demo stores no picture and says so.
+if unshare -m true 2>/dev/null; then
+    expect 1 'could not write /data/images/fritzbox/' unshare -m sh -c \
+        'mount -t tmpfs -o ro tmpfs /data/images && exec "$@"' _ "${EMULATOR[@]}" "$WORK/bin/fritzbox-xsi" demo
+fi
 # A router that refuses the call list, the export and the photos fails both syncs, and the demo
 # says so although the syncs with unchanged data and the pictures went as they should.
 mkdir "$WORK/refusing" && cp "$4" "$WORK/refusing/fritzbox-xsi"

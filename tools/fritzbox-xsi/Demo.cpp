@@ -95,6 +95,13 @@ bool runDemo(const DemoOptions& options, linux_platform::PhoneModel model, std::
         }
         out << "\n";
         converted = converted && stored == pictures.size();
+        // The bundled sample has photos: on a picture model none stored means the module could not
+        // write its picture directory, which the count alone (0 of 0) would hide.
+        if (pictures.empty() && options.dataDirectory.empty() && model != linux_platform::PhoneModel::Other) {
+            out << "No contact picture was stored although the sample router has photos: the module could not "
+                   "write /data/images/fritzbox/ (is /data writable?).\n";
+            converted = false;
+        }
 
         heading(out, "3. Again, with the router's data unchanged");
         linux_platform::setLogLevel(2);

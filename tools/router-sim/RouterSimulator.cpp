@@ -6,6 +6,7 @@
 #include <atomic>
 #include <cerrno>
 #include <chrono>
+#include <condition_variable>
 #include <cstdio>
 #include <cstring>
 #include <mutex>
@@ -153,6 +154,9 @@ private:
 
     // Guards everything below except the server itself, which start and stop own.
     mutable std::mutex mutex_;
+    // A delayed answer waits on this, so that stopping never waits for the delay to run out.
+    std::condition_variable stopping_;
+    bool stopRequested_ = false;
     RouterData data_;
     const SimulatorOptions options_;
     Faults faults_;
@@ -175,13 +179,18 @@ int RouterSimulator::Impl::start(const std::string& address, int port) {
     if (port < 0 || port > 65535) {
         throw std::runtime_error("router simulator: port out of range: " + std::to_string(port));
     }
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        stopRequested_ = false;
+    }
     auto server = std::make_unique<httplib::Server>();
     configure(*server);
     errno = 0;
     const int boundPort = bindPort(*server, address, port);
     if (boundPort < 0) {
         // httplib only says that binding failed; the socket call's errno, when it survived, says why.
-        const std::string reason = errno != 0 ? std::string(": ") + std::strerror(errno) : "";
+        const std::string reason =
+            errno != 0 ? std::string(": ") + std::strerror(errno) : ": not an address of this machine";
         throw std::runtime_error("cannot listen on " + hostAndPort(address, port) + reason);
     }
     {
@@ -211,6 +220,11 @@ void RouterSimulator::Impl::stop() {
     if (!server_) {
         return;
     }
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        stopRequested_ = true;
+    }
+    stopping_.notify_all();
     server_->stop();
     serverThread_.join();
     server_.reset();
@@ -254,7 +268,8 @@ httplib::Server::HandlerResponse RouterSimulator::Impl::beforeRouting(const http
         delayMs = faults_.delayMs;
     }
     if (delayMs > 0) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(delayMs));
+        std::unique_lock<std::mutex> lock(mutex_);
+        stopping_.wait_for(lock, std::chrono::milliseconds(delayMs), [this] { return stopRequested_; });
     }
     if (redirectLocation.empty()) {
         return httplib::Server::HandlerResponse::Unhandled;

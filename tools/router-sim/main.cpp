@@ -3,6 +3,7 @@
 #include <pthread.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <csignal>
 #include <iostream>
 #include <memory>
@@ -19,6 +20,7 @@ constexpr int kExitFailed = 1;       // serving failed after the start
 constexpr int kExitCannotStart = 2;  // a bad option, unreadable data, an address that cannot be bound
 
 struct ProgramOptions {
+    std::string listen;  // as given: ADDR, ADDR:PORT, [V6] or [V6]:PORT
     std::string listenAddress = "127.0.0.1";
     int port = 8080;
     std::string dataDirectory;  // empty: the bundled sample
@@ -27,7 +29,9 @@ struct ProgramOptions {
 };
 
 void addServingOptions(CLI::App& app, ProgramOptions& options) {
-    app.add_option("--listen", options.listenAddress, "Address to listen on")->capture_default_str();
+    app.add_option("--listen", options.listen,
+                   "Address to listen on (default 127.0.0.1): ADDR or ADDR:PORT, an IPv6 address in brackets "
+                   "when a port follows ([::1]:8080); a port here wins over --port");
     app.add_option("--port", options.port, "Port to listen on; 0 picks a free one")
         ->check(CLI::Range(0, 65535))
         ->capture_default_str();
@@ -57,6 +61,45 @@ void addFaultOptions(CLI::App& app, routersim::Faults& faults) {
     app.add_flag("--change-body", faults.changeBodyEachFetch, "Make every call list and export differ");
     app.add_flag("--empty-photos", faults.emptyPhotos, "Answer photo requests with 200 and no body");
     app.add_flag("--drop-sessions", faults.dropSessions, "Forget every session right after the login");
+}
+
+bool isPort(const std::string& text) {
+    return !text.empty() && text.size() <= 5 && text.find_first_not_of("0123456789") == std::string::npos &&
+           std::stoi(text) <= 65535;
+}
+
+// Splits --listen into the address the server binds (IPv6 without brackets) and an optional port.
+void applyListen(ProgramOptions& options) {
+    const std::string& text = options.listen;
+    const auto refuse = [&text](const std::string& why) {
+        throw std::invalid_argument("--listen '" + text + "': " + why);
+    };
+    std::string address = text;
+    std::string port;
+    if (!text.empty() && text[0] == '[') {
+        const std::size_t close = text.find(']');
+        if (close == std::string::npos || (close + 1 < text.size() && text[close + 1] != ':')) {
+            refuse("expected [IPv6] or [IPv6]:PORT");
+        }
+        address = text.substr(1, close - 1);
+        port = close + 1 < text.size() ? text.substr(close + 2) : "";
+        if (close + 1 < text.size() && port.empty()) {
+            refuse("no port after the colon");
+        }
+    } else if (std::count(text.begin(), text.end(), ':') == 1) {
+        address = text.substr(0, text.find(':'));
+        port = text.substr(text.find(':') + 1);
+    }
+    if (address.empty()) {
+        refuse("no address");
+    }
+    if (!port.empty() && !isPort(port)) {
+        refuse("the port must be a number from 0 to 65535");
+    }
+    options.listenAddress = address;
+    if (!port.empty()) {
+        options.port = std::stoi(port);
+    }
 }
 
 // The sample data installed with the program (or linked into the build tree beside it), found
@@ -105,11 +148,15 @@ int serve(const ProgramOptions& options) {
 
 int main(int argc, char** argv) {
     CLI::App app("Simulates a FritzBox router's web interface: login, call list, phonebook export, photos.", kProgram);
+    app.set_version_flag("--version", std::string(kProgram) + " " + FRITZBOX_XSI_VERSION);
     ProgramOptions options;
     addServingOptions(app, options);
     addFaultOptions(app, options.simulator.faults);
     try {
         app.parse(argc, argv);
+        if (!options.listen.empty()) {
+            applyListen(options);
+        }
         if (!options.passwordFile.empty()) {
             options.simulator.password = tools::readPasswordFile(options.passwordFile);
         }
