@@ -9,7 +9,7 @@ native_packages=(
   libcpp-httplib-dev nettle-dev libgtest-dev libgmock-dev googletest
   libbenchmark-dev libcli11-dev libxml2-dev libxml2-utils
   clang libclang-rt-14-dev clang-format
-  valgrind time gcovr python3 lintian abigail-tools iproute2 reuse diffoscope-minimal
+  valgrind time gcovr python3 lintian abigail-tools iproute2 reuse diffoscope-minimal libfiu-dev
 )
 arm_packages=(
   g++-arm-linux-gnueabihf qemu-user nettle-dev:armhf libc6:armhf libstdc++6:armhf

@@ -44,8 +44,12 @@ SimulatorProcess::SimulatorProcess(const std::string& program, const std::vector
 bool SimulatorProcess::reapWithin(int timeoutMs) {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
     do {
-        if (waitpid(m_pid, nullptr, WNOHANG) == m_pid) {
+        const pid_t reaped = waitpid(m_pid, nullptr, WNOHANG);
+        if (reaped == m_pid) {
             return true;
+        }
+        if (reaped < 0 && errno != EINTR) {
+            return false;  // it cannot be waited for: no point in waiting out the grace
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     } while (std::chrono::steady_clock::now() < deadline);
@@ -99,6 +103,10 @@ std::string SimulatorProcess::readLine(int timeoutMs) {
         }
         char c;
         const ssize_t got = read(m_output, &c, 1);
+        if (got < 0 && errno != EINTR && errno != EAGAIN) {
+            // A pipe that polls readable but cannot be read would otherwise spin until the deadline.
+            throw std::runtime_error(std::string("cannot read the router simulator's output: ") + std::strerror(errno));
+        }
         if (got == 0) {
             throw std::runtime_error("the router simulator ended before it listened (its message is above)");
         }
@@ -113,11 +121,11 @@ std::string SimulatorProcess::readLine(int timeoutMs) {
 
 // Asks the simulator to end and gives it kStopGraceMs; one that does not (it may be stuck
 // loading its data, with SIGTERM blocked) is killed, so that stopping never hangs.
+// A simulator that cannot even be signalled is left to itself rather than waited for forever.
 void SimulatorProcess::stop() {
     if (m_pid > 0) {
-        kill(m_pid, SIGTERM);
-        if (!reapWithin(kStopGraceMs)) {
-            kill(m_pid, SIGKILL);
+        const bool ended = kill(m_pid, SIGTERM) == 0 && reapWithin(kStopGraceMs);
+        if (!ended && kill(m_pid, SIGKILL) == 0) {
             while (waitpid(m_pid, nullptr, 0) < 0 && errno == EINTR) {
             }
         }

@@ -1,0 +1,211 @@
+// System-call failures injected in-process with libfiu: the Nth call of one function fails with a
+// chosen errno, counted on the test's own thread only (the simulator serving it runs on others),
+// and what a user would see is checked: a clear failure, nothing lost, no spin, no hang.
+// libfiu's POSIX preload wraps socket, connect, send, recv, poll, open, read, write, fsync, rename,
+// kill and waitpid. It cannot reach getaddrinfo_a (the resolver), pipe2, posix_spawn, mkostemp and
+// fstat/stat, which glibc calls internally or which it does not wrap; those paths stay untested here.
+#include <fiu-control.h>
+#include <fiu.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <thread>
+
+#include "FritzBox.h"
+#include "LinuxPlatform.h"
+#include "RouterSimulator.h"
+#include "SimulatorProcess.h"
+#include "TokenFile.h"
+
+namespace {
+
+// One failure point at a time: which call on which thread fails, and how many calls it saw.
+struct Plan {
+    std::thread::id thread;
+    int failFrom = 1;  // the first call that fails; every call after it fails too when `every`
+    bool every = false;
+    std::atomic<int> calls{0};
+};
+Plan g_plan;
+
+int decide(const char*, int*, void**, unsigned*) {
+    if (std::this_thread::get_id() != g_plan.thread) {
+        return 0;
+    }
+    const int call = ++g_plan.calls;
+    return call == g_plan.failFrom || (g_plan.every && call > g_plan.failFrom) ? 1 : 0;
+}
+
+// Fails the Nth call (and with `every` all later ones) of `point` with `error` while it lives.
+class Fault {
+public:
+    Fault(const char* point, int nth, int error, bool every = false) : m_point(point) {
+        g_plan.thread = std::this_thread::get_id();
+        g_plan.failFrom = nth;
+        g_plan.every = every;
+        g_plan.calls = 0;
+        fiu_enable_external(point, 1, reinterpret_cast<void*>(static_cast<long>(error)), 0, decide);
+    }
+    ~Fault() { fiu_disable(m_point); }
+    int calls() const { return g_plan.calls; }
+
+private:
+    const char* m_point;
+};
+
+class Faults : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() { fiu_init(0); }
+};
+
+std::string contentOf(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+// ---- the token file: a failure anywhere leaves the old token and no temporary file ----
+
+struct TokenRow {
+    const char* point;
+    int nth;
+    int error;
+};
+
+class TokenFileFaults : public Faults, public ::testing::WithParamInterface<TokenRow> {};
+
+TEST_P(TokenFileFaults, AFailedReplaceKeepsTheOldTokenAndLeavesNothing) {
+    const std::filesystem::path directory = std::filesystem::path(FAULTS_SCRATCH) / "token";
+    std::filesystem::remove_all(directory);
+    std::filesystem::create_directories(directory);
+    const std::string token = (directory / "token").string();
+    std::ofstream(token) << "old\n";
+    {
+        const Fault fault(GetParam().point, GetParam().nth, GetParam().error);
+        EXPECT_THROW(host::writeToken(token, "new"), host::TokenFileError);
+        EXPECT_GE(fault.calls(), GetParam().nth) << "the failure point was reached";
+    }
+    const bool renamed = contentOf(token) == "new\n";
+    EXPECT_TRUE(contentOf(token) == "old\n" || (renamed && std::string(GetParam().point) == "posix/io/oc/open"))
+        << "only a failed sync of the directory comes after the rename";
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(directory), {}), 1) << "a temporary file left";
+}
+
+INSTANTIATE_TEST_SUITE_P(Calls, TokenFileFaults,
+                         ::testing::Values(TokenRow{"posix/io/rw/write", 1, ENOSPC},
+                                           TokenRow{"posix/io/sync/fsync", 1, EIO},
+                                           TokenRow{"posix/io/dir/rename", 1, EXDEV},
+                                           TokenRow{"posix/io/oc/open", 1, EACCES}));
+
+TEST_F(Faults, AnUnreadableTokenFileIsAnErrorNotAnEmptyToken) {
+    const std::string token = std::string(FAULTS_SCRATCH) + "/readable-token";
+    std::ofstream(token) << "kept\n";
+    for (const char* point : {"posix/io/oc/open", "posix/io/rw/read"}) {
+        const Fault fault(point, 1, EIO);
+        EXPECT_THROW(host::readToken(token), host::TokenFileError) << point;
+    }
+    EXPECT_EQ(host::readToken(token), "kept");
+}
+
+// ---- the transport: a failed call fails the sync, is reported, and the next sync works ----
+
+struct TransportRow {
+    const char* point;
+    int error;
+    bool every;
+    bool syncFails;  // false: the platform gets past the failed call (a fresh connection) by itself
+};
+
+class TransportFaults : public Faults, public ::testing::WithParamInterface<TransportRow> {
+protected:
+    TransportFaults() : m_simulator(routersim::RouterData::loadFromDirectory(FRITZBOX_SAMPLE_DATA_DIR), options()) {
+        linux_platform::mapHost("fritz.box", "80", "127.0.0.1", std::to_string(m_simulator.start()));
+    }
+    static routersim::SimulatorOptions options() {
+        routersim::SimulatorOptions options;
+        options.password = "geheim";
+        return options;
+    }
+    routersim::RouterSimulator m_simulator;
+};
+
+TEST_P(TransportFaults, AFailedCallFailsTheSyncWithAReasonOrIsGotPastAndTheNextSyncWorks) {
+    FritzBox box{"admin", "geheim"};
+    std::string token;
+    linux_platform::resetExchangeReport();
+    int calls = 0;
+    bool synced = false;
+    {
+        const Fault fault(GetParam().point, 1, GetParam().error, GetParam().every);
+        synced = box.sync(Broadsoft::Filters::CallLogs, token);
+        calls = fault.calls();
+    }
+    EXPECT_GE(calls, 1) << "the failure point was reached";
+    EXPECT_LT(calls, 200) << "no spin on a call that keeps failing";
+    EXPECT_EQ(synced, !GetParam().syncFails);
+    if (GetParam().syncFails) {
+        const linux_platform::ExchangeReport report = linux_platform::exchangeReport();
+        EXPECT_GE(report.failures, 1u);
+        EXPECT_FALSE(report.lastFailure.empty());
+        EXPECT_TRUE(token.empty()) << "no token from a failed sync";
+        EXPECT_TRUE(box.sync(Broadsoft::Filters::CallLogs, token)) << "the next sync, without the fault";
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Calls, TransportFaults,
+                         ::testing::Values(TransportRow{"posix/io/net/socket", EMFILE, false, true},
+                                           TransportRow{"posix/io/net/connect", ECONNREFUSED, false, true},
+                                           TransportRow{"posix/io/net/send", EPIPE, false, true},
+                                           TransportRow{"posix/io/net/recv", ECONNRESET, false, false},
+                                           TransportRow{"posix/io/net/poll", EINVAL, true, true},
+                                           TransportRow{"posix/io/net/recv", ECONNRESET, true, true}));
+
+// ---- the demo's child: failures end the start or the stop promptly ----
+
+class ChildFaults : public Faults {
+protected:
+    // A stand-in for the simulator that says where it listens, writes its pid and then waits.
+    std::string fakeSimulator() {
+        const std::string program = std::string(FAULTS_SCRATCH) + "/fake-simulator";
+        std::ofstream(program) << "#!/bin/sh\necho $$ > " << pidFile() << "\necho 'listening on 127.0.0.1:1'\n"
+                               << "exec sleep 60\n";
+        std::filesystem::permissions(program, std::filesystem::perms::owner_all);
+        return program;
+    }
+    std::string pidFile() const { return std::string(FAULTS_SCRATCH) + "/fake-simulator.pid"; }
+    bool childGone() const {
+        const pid_t pid = std::stoi(contentOf(pidFile()));
+        return ::kill(pid, 0) != 0 && errno == ESRCH;
+    }
+};
+
+TEST_F(ChildFaults, AFailedReadOfTheChildsOutputEndsTheStartInsteadOfSpinning) {
+    const std::string program = fakeSimulator();
+    const Fault fault("posix/io/rw/read", 1, EIO, true);
+    EXPECT_THROW(host::SimulatorProcess(program, {}), std::runtime_error);
+    EXPECT_LT(fault.calls(), 5);
+}
+
+TEST_F(ChildFaults, AStopWhoseSignalOrWaitFailsStillEndsTheChildWithoutWaitingOutTheGrace) {
+    const std::string program = fakeSimulator();
+    for (const char* point : {"posix/proc/kill", "posix/proc/waitpid"}) {
+        std::optional<host::SimulatorProcess> simulator(std::in_place, program, std::vector<std::string>{});
+        const auto started = std::chrono::steady_clock::now();
+        {
+            const Fault fault(point, 1, std::string(point) == "posix/proc/kill" ? EPERM : ECHILD);
+            simulator.reset();
+        }
+        EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(1)) << point;
+        for (int wait = 0; wait < 100 && !childGone(); ++wait) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+        EXPECT_TRUE(childGone()) << point;
+    }
+}
+
+}  // namespace
