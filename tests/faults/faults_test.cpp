@@ -100,7 +100,24 @@ INSTANTIATE_TEST_SUITE_P(Calls, TokenFileFaults,
                          ::testing::Values(TokenRow{"posix/io/rw/write", 1, ENOSPC},
                                            TokenRow{"posix/io/sync/fsync", 1, EIO},
                                            TokenRow{"posix/io/dir/rename", 1, EXDEV},
-                                           TokenRow{"posix/io/oc/open", 1, EACCES}));
+                                           TokenRow{"posix/io/oc/open", 1, EACCES},
+                                           TokenRow{"posix/io/oc/close", 1, EIO}));
+
+TEST_F(Faults, AnInterruptedWriteIsRetriedAndATokenFileThatCannotBeMadeIsNamed) {
+    const std::string token = std::string(FAULTS_SCRATCH) + "/interrupted-token";
+    {
+        const Fault fault("posix/io/rw/write", 1, EINTR);
+        host::writeToken(token, "new");
+        EXPECT_GE(fault.calls(), 2) << "written again after the interruption";
+    }
+    EXPECT_EQ(contentOf(token), "new\n");
+    const std::string loop = std::string(FAULTS_SCRATCH) + "/looping-token";
+    std::filesystem::remove(loop);
+    std::filesystem::create_symlink("looping-token", loop);
+    EXPECT_THROW(host::writeToken(loop, "new"), host::TokenFileError) << "a link that leads to itself";
+    EXPECT_THROW(host::writeToken(std::string(FAULTS_SCRATCH) + "/no-such-directory/token", "new"),
+                 host::TokenFileError);
+}
 
 TEST_F(Faults, AnUnreadableTokenFileIsAnErrorNotAnEmptyToken) {
     const std::string token = std::string(FAULTS_SCRATCH) + "/readable-token";
@@ -183,6 +200,14 @@ protected:
         return ::kill(pid, 0) != 0 && errno == ESRCH;
     }
 };
+
+TEST_F(ChildFaults, AChildThatCannotStartOrSaysSomethingElseIsAnError) {
+    EXPECT_THROW(host::SimulatorProcess(std::string(FAULTS_SCRATCH) + "/no-such-program", {}), std::runtime_error);
+    const std::string program = std::string(FAULTS_SCRATCH) + "/talking-simulator";
+    std::ofstream(program) << "#!/bin/sh\necho 'hello there'\nexec sleep 60\n";
+    std::filesystem::permissions(program, std::filesystem::perms::owner_all);
+    EXPECT_THROW(host::SimulatorProcess(program, {}), std::runtime_error);
+}
 
 TEST_F(ChildFaults, AFailedReadOfTheChildsOutputEndsTheStartInsteadOfSpinning) {
     const std::string program = fakeSimulator();
