@@ -2,8 +2,9 @@
 // chosen errno, counted on the test's own thread only (the simulator serving it runs on others),
 // and what a user would see is checked: a clear failure, nothing lost, no spin, no hang.
 // libfiu's POSIX preload wraps socket, connect, send, recv, poll, open, read, write, fsync, rename,
-// kill and waitpid. It cannot reach getaddrinfo_a (the resolver), pipe2, posix_spawn, mkostemp and
-// fstat/stat, which glibc calls internally or which it does not wrap; those paths stay untested here.
+// close, fork, kill and waitpid. It cannot reach getaddrinfo_a (the resolver), pipe2, mkostemp,
+// fchmod and fstat/stat, which glibc calls internally or which it does not wrap; those paths stay
+// untested here.
 #include <fiu-control.h>
 #include <fiu.h>
 #include <gtest/gtest.h>
@@ -203,6 +204,10 @@ protected:
 
 TEST_F(ChildFaults, AChildThatCannotStartOrSaysSomethingElseIsAnError) {
     EXPECT_THROW(host::SimulatorProcess(std::string(FAULTS_SCRATCH) + "/no-such-program", {}), std::runtime_error);
+    {
+        const Fault fault("posix/proc/fork", 1, EAGAIN);
+        EXPECT_THROW(host::SimulatorProcess(fakeSimulator(), {}), std::runtime_error);
+    }
     const std::string program = std::string(FAULTS_SCRATCH) + "/talking-simulator";
     std::ofstream(program) << "#!/bin/sh\necho 'hello there'\nexec sleep 60\n";
     std::filesystem::permissions(program, std::filesystem::perms::owner_all);

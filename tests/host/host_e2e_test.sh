@@ -196,6 +196,17 @@ expect 0 '^Demo finished as expected' "${EMULATOR[@]}" "$WORK/bin/fritzbox-xsi" 
 check "demo: every picture the directory names was on disk" \
     grep -qE '^([1-9][0-9]*) contact picture\(s\) named in the directory, \1 of them on disk' "$OUT"
 expect 1 'ended before it listened' "${EMULATOR[@]}" "$WORK/bin/fritzbox-xsi" demo --data "$WORK/missing"
+# A demo killed outright (SIGKILL, no handler runs) takes its simulator with it: here a simulator
+# whose answers are held back, so that the demo is still syncing when it is killed.
+mkdir "$WORK/held" && cp "$4" "$WORK/held/fritzbox-xsi"
+printf '#!/bin/sh\necho $$ >"%s"\nexec "%s" "$@" --delay-ms 60000\n' "$WORK/held/sim.pid" "$(readlink -f "$SIM")" \
+    >"$WORK/held/fritzbox-router-sim" && chmod +x "$WORK/held/fritzbox-router-sim"
+"${EMULATOR[@]}" "$WORK/held/fritzbox-xsi" demo >"$WORK/held/out" 2>&1 &
+for _ in $(seq 100); do grep -q '^Router simulator' "$WORK/held/out" && break || sleep 0.1; done
+kill -KILL $! && wait $! 2>/dev/null
+for _ in $(seq 20); do kill -0 "$(cat "$WORK/held/sim.pid")" 2>/dev/null && sleep 0.1 || break; done
+check "demo killed: its simulator is gone" test -n "$(cat "$WORK/held/sim.pid")" -a ! -e "/proc/$(cat "$WORK/held/sim.pid")"
+
 # Without a writable picture directory the demo stores no picture and says so.
 if unshare -m true 2>/dev/null; then
     expect 1 'could not write /data/images/fritzbox/' unshare -m sh -c \

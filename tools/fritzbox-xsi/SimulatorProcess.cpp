@@ -3,7 +3,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
-#include <spawn.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -15,8 +15,6 @@
 
 #include "LinuxPlatform.h"
 #include "StopSignals.h"
-
-extern char** environ;
 
 namespace host {
 namespace {
@@ -60,6 +58,8 @@ SimulatorProcess::~SimulatorProcess() {
     stop();
 }
 
+// fork and exec rather than posix_spawn: the child asks the kernel to kill it when the demo ends,
+// however the demo ends (SIGKILL included), so no simulator is ever left listening.
 void SimulatorProcess::spawn(const std::string& program, const std::vector<std::string>& arguments) {
     int pipeEnds[2];
     if (pipe2(pipeEnds, O_CLOEXEC) != 0) {
@@ -70,18 +70,32 @@ void SimulatorProcess::spawn(const std::string& program, const std::vector<std::
         argv.push_back(const_cast<char*>(argument.c_str()));
     }
     argv.push_back(nullptr);
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, pipeEnds[1], STDOUT_FILENO);
-    const int error = posix_spawn(&m_pid, program.c_str(), &actions, nullptr, argv.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
+    const std::string cannotStart = "fritzbox-xsi: cannot start " + program + "\n";
+    const pid_t parent = getpid();
+    m_pid = fork();
+    if (m_pid == 0) {
+        runChild(pipeEnds[1], parent, argv.data(), cannotStart);
+    }
+    const int forkError = errno;
     close(pipeEnds[1]);
     m_output = pipeEnds[0];
-    if (error != 0) {
+    if (m_pid < 0) {
         m_pid = -1;
         stop();
-        throw std::runtime_error("cannot start " + program + ": " + std::strerror(error));
+        throw std::runtime_error("cannot start " + program + ": " + std::strerror(forkError));
     }
+}
+
+// In the child, between fork and exec: only async-signal-safe calls.
+void SimulatorProcess::runChild(int output, pid_t parent, char* const argv[], const std::string& cannotStart) {
+    if (prctl(PR_SET_PDEATHSIG, SIGKILL) != 0 || getppid() != parent) {
+        _exit(127);  // the demo is already gone
+    }
+    if (dup2(output, STDOUT_FILENO) >= 0) {
+        execv(argv[0], argv);
+    }
+    [[maybe_unused]] const ssize_t wrote = write(STDERR_FILENO, cannotStart.data(), cannotStart.size());
+    _exit(127);
 }
 
 std::string SimulatorProcess::readLine(int timeoutMs) {

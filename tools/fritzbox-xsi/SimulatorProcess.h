@@ -22,6 +22,7 @@ public:
 
 private:
     void spawn(const std::string& program, const std::vector<std::string>& arguments);
+    [[noreturn]] static void runChild(int output, pid_t parent, char* const argv[], const std::string& cannotStart);
     std::string readLine(int timeoutMs);
     void stop();
     bool reapWithin(int timeoutMs);  // true when the simulator ended within the time
