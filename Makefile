@@ -1,3 +1,7 @@
+# SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+#
+# SPDX-License-Identifier: MIT
+
 # The two entry points of the project: `make demo` and `make test`.
 # Every build is a preset of CMakePresets.json (cmake --list-presets all), in build-<preset>/ (the
 # native one in build/).

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // The platform interface as the module compiles it in, for abidiff (libabigail) to compare: a small
 // shared library whose one exported function reaches every platform type the module allocates,
 // builds on its stack, reads inline or catches, and the type of every platform function it calls.

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 #pragma once
 // The benchmarks' shared counter shapes.
 #include <benchmark/benchmark.h>

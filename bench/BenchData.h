@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 #pragma once
 // Synthetic router data for the benchmarks: call lists and phonebook exports of any size, shaped
 // like what a FritzBox sends. Deterministic, so every run and every build measures the same bytes.

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 #pragma once
 // What every benchmark sets up on the host side before it builds a FritzBox.
 #include "LinuxPlatform.h"

@@ -1,4 +1,9 @@
 #!/usr/bin/env bash
+
+# SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+#
+# SPDX-License-Identifier: MIT
+
 # The phonebook sync's growth curve of earlier commits next to this tree's: builds this tree's
 # bench/ against each commit in a git worktree of its own (without the tools, which an earlier
 # commit may not have), runs the phonebook benchmarks of every build and prints one table.

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // The module's conversion steps without any network: one call-list record, the call-list work
 // after a download (digest, cut into lines, 50 records) and one phonebook record.
 #include <benchmark/benchmark.h>

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // Fetches through sync() against the module tests' loopback router (in this process, on its own
 // threads): the call list, and phonebook exports of growing size, with and without the
 // conversion, so that the conversion's share and its growth with the export's size show.

@@ -1,4 +1,9 @@
 #!/usr/bin/env bash
+
+# SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+#
+# SPDX-License-Identifier: MIT
+
 # The module's shared library size, stripped, as it would go into a firmware image: the native
 # build's and the 32-bit ARM build's (make arm-module), each checked by
 # scripts/check-module-library.sh, which prints the size.

@@ -1,4 +1,9 @@
 #!/usr/bin/env bash
+
+# SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+#
+# SPDX-License-Identifier: MIT
+
 # Peak memory of one directory sync (download, conversion, document) of a large phonebook, as a
 # multiple of the export's size. The router runs as a separate process; the client runs once with
 # the sync and once without it (baseline), each RUNS times, and the figure is the difference of the

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // The program whose peak memory bench/peak-memory.sh measures. The router runs as a process of
 // its own, so that its copy of the export never counts towards the module's memory:
 //   fritzbox_bench_peak_memory serve CONTACTS   router with an export of CONTACTS contacts;

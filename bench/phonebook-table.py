@@ -1,4 +1,9 @@
 #!/usr/bin/env python3
+
+# SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+#
+# SPDX-License-Identifier: MIT
+
 """Markdown table of the phonebook sync's growth with the export's size, from the JSON output of
 fritzbox_bench_fetch run with repetitions: the medians of BM_PhonebookSync (download, digest and
 conversion) per contact and per sync for each build, and of BM_PhonebookDownload (the download

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // Whole syncs over loopback against the router simulator serving the bundled sample router data
 // (60 calls, 30 contacts, seven of them with photos): requests, TCP connections and wall time per
 // sync, for a fresh FritzBox (cold: login and fetch) and for one that keeps its session (warm).

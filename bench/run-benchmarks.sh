@@ -1,4 +1,9 @@
 #!/usr/bin/env bash
+
+# SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+#
+# SPDX-License-Identifier: MIT
+
 # Everything `make bench` measures, in a private picture directory (scripts/with-private-pictures.sh):
 # the Google Benchmark programs, each benchmark repeated and shown as mean, median, spread and
 # coefficient of variation (the figures in docs/performance.md are the medians); the peak memory

@@ -1,3 +1,7 @@
+# SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+#
+# SPDX-License-Identifier: MIT
+
 # Read by cpack before it packs (CPACK_PROJECT_CONFIG_FILE, cmake/ModulePackage.cmake). The times in
 # the archive, and the creation time of the bill of materials installed into it, are
 # SOURCE_DATE_EPOCH's: from the environment, or else the date of the newest entry of the Debian

@@ -1,3 +1,7 @@
+# SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+#
+# SPDX-License-Identifier: MIT
+
 # FindNettle: the Nettle crypto library as the imported target Nettle::Nettle.
 # find_path/find_library rather than pkg-config: they honour CMAKE_FIND_ROOT_PATH in cross builds.
 find_path(NETTLE_INCLUDE_DIR nettle/md5.h)

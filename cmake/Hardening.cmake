@@ -1,3 +1,7 @@
+# SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+#
+# SPDX-License-Identifier: MIT
+
 # The hardening Debian gives its own packages (dpkg-buildflags with hardening=+all), for every target
 # of this directory and below: the module, the platform library, the programs and the tests alike
 # (also the GoogleTest a cross build compiles), natively and for ARM. The module parses what a router

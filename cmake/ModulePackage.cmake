@@ -1,3 +1,7 @@
+# SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+#
+# SPDX-License-Identifier: MIT
+
 # make package: the module for whatever the build targets (the phone's armhf in a cross build, the
 # build machine otherwise), from a build configured for packages (the package-* presets: MinSizeRel,
 # install prefix /usr, the multiarch library directory).

@@ -1,3 +1,7 @@
+# SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+#
+# SPDX-License-Identifier: MIT
+
 # Cross build for the desk phone's 32-bit ARM Linux (hard-float EABI). Test programs run under qemu
 # user-mode emulation, so ctest works unchanged in a cross build directory.
 #

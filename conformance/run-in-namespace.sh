@@ -1,4 +1,9 @@
 #!/usr/bin/env bash
+
+# SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+#
+# SPDX-License-Identifier: MIT
+
 # Runs the conformance kit on a PC with the setup it needs when the platform cannot map host
 # names: in user, network and mount namespaces of its own, where
 #   - a private hosts file sends fritz.box to 127.0.0.1 and other.test to 127.0.0.2 (bind-mounted

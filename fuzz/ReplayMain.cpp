@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // Runs a fuzz target without libFuzzer: every file of the given directories once, in name order.
 // So the targets' checks run over their seed corpora in ctest with any compiler, natively, on ARM
 // and under the sanitizers; a failed check aborts the program.

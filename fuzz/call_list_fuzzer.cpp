@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // A whole call-list body through the call-list unit: the line cut with its record limit, and every
 // record it hands on read and made into an entry. Nothing a router sends may break the identifier
 // (five date parts of at most three characters, all from the record) or the entry's shape.

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // ClientUtils::getStringBetweenKeywords against its contract, checked with std::search (the code
 // uses std::string::find): the first `begin`, the first `end` after it, the text between them
 // handed out and the whole occurrence removed with the text before and after kept; no change at

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // A whole phonebook export through the phonebook unit, as the module reads it on a phone model
 // that shows pictures: every contact read, its picture location turned into the stored file, its
 // entry built. No entry can be added to or broken by what the router sends, and no picture file

@@ -1,4 +1,9 @@
 #!/usr/bin/env bash
+
+# SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+#
+# SPDX-License-Identifier: MIT
+
 # fuzz/run-fuzzers.sh BUILD_DIR WORK_DIR SECONDS [RUNS] [TARGET...]
 # Runs the fuzz targets one after another, each at most SECONDS (and RUNS executions unless 0) on its
 # corpus WORK_DIR/<target>, seeded read-only from fuzz/corpus/<target>; crash inputs go to

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // The record codec's reader and writer, for what fixed examples cannot reach. Arbitrary bytes read
 // as a record must end the reading in bounded steps; random fields, and every field read from
 // those bytes, must come back unchanged from one record in either mode.

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 #pragma once
 // Converters between the host's call-log items and the flat text records in which the host keeps
 // its call logs, and the time normaliser. Stateless: every operation is a static function.

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 #pragma once
 // The router client: the one object through which the phone's call-log and directory service
 // reads a FritzBox home router. The host constructs it with the router login's credentials,

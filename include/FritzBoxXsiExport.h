@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 #pragma once
 // FRITZBOX_XSI_EXPORT marks what the module's shared library exports: its two classes, FritzBox
 // and BroadsoftServiceHelper, with their members, typeinfo and vtable. The library is built with

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 #pragma once
 // The host's call-log items: one item per remote party and call family, each with the list of
 // the individual calls (call infos) that belong to it.

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 #pragma once
 // The host's HTTP client. One client carries one exchange (a request and its response) over a
 // kept SecureConnection; the connection outlives the client.

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 #pragma once
 // Transport objects of the host platform: one context holds the security settings, one connection
 // carries any number of HTTP exchanges to one host until either side closes it.

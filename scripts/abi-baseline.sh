@@ -1,4 +1,9 @@
 #!/usr/bin/env bash
+
+# SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+#
+# SPDX-License-Identifier: MIT
+
 # Compares a shared library built with debug information (-g) with its ABI baseline, libabigail's
 # ABIXML description of it in abi/, or rewrites the baseline from the library after a reviewed
 # change:

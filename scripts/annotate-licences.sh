@@ -1,4 +1,9 @@
 #!/usr/bin/env bash
+
+# SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+#
+# SPDX-License-Identifier: MIT
+
 # Gives every file of the tree that has none an SPDX header, the copyright line of the fritzbox-xsi
 # authors and the licence identifier MIT, as a comment in the file's own syntax, added above the
 # comment that explains the file (and below a #! line). Files whose bytes are data are licensed in

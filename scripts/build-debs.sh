@@ -1,4 +1,9 @@
 #!/usr/bin/env bash
+
+# SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+#
+# SPDX-License-Identifier: MIT
+
 # Builds the module's Debian packages from a build tree configured for them (install prefix /usr,
 # CMAKE_INSTALL_LIBDIR lib/<multiarch triplet>: the package-* presets):
 #   libfritzbox-xsi-module1     the library and its SONAME link, a shlibs file, the ldconfig trigger,

@@ -1,4 +1,9 @@
 #!/usr/bin/env bash
+
+# SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+#
+# SPDX-License-Identifier: MIT
+
 # Checks that built ELF files carry the hardening of cmake/Hardening.cmake, from what readelf shows,
 # and prints one table row per file:
 #   RELRO       a GNU_RELRO segment (relocations made read-only after loading)

@@ -1,4 +1,9 @@
 #!/usr/bin/env bash
+
+# SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+#
+# SPDX-License-Identifier: MIT
+
 # Checks the module's shared library before it goes into a firmware image: the module's own
 # classes are exported and nothing else is (no std:: instantiation, no helper), each of them under
 # the version node FRITZBOX_XSI_1.0 (cmake/fritzbox-xsi-module.map), every platform name is left for

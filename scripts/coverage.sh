@@ -1,4 +1,9 @@
 #!/usr/bin/env bash
+
+# SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+#
+# SPDX-License-Identifier: MIT
+
 # Line and branch coverage of a test run in a --coverage build (see `make coverage`): one summary
 # line per area on the terminal, an HTML report in BUILD_DIR/coverage/index.html and a text report
 # per area beside it. Branches that only an exception takes, and those the compiler marks

@@ -1,4 +1,9 @@
 #!/usr/bin/env bash
+
+# SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+#
+# SPDX-License-Identifier: MIT
+
 # Lists what the module's library needs from the process that loads it: every undefined dynamic
 # symbol, demangled, grouped by who provides it (the host's platform, the C++ runtime, the C
 # library, libgcc), with the symbol version each runtime symbol asks for. docs/integration.md

@@ -1,4 +1,9 @@
 #!/usr/bin/env bash
+
+# SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+#
+# SPDX-License-Identifier: MIT
+
 # Installs the Debian 12 packages that building, testing, fuzzing and benchmarking need.
 # It runs apt-get only when something is missing, so a second call costs a few dpkg queries.
 # Set SKIP_ARM=1 to leave out the 32-bit ARM cross toolchain and its emulator.

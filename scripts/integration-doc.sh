@@ -1,4 +1,9 @@
 #!/usr/bin/env bash
+
+# SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+#
+# SPDX-License-Identifier: MIT
+
 # Keeps the generated parts of docs/integration.md true to the library the build made. Each part
 # sits between "<!-- begin NAME -->" and "<!-- end NAME -->" as a text block:
 #   host-platform-symbols  what the host's platform must define (any build: the names do not

@@ -1,4 +1,9 @@
 #!/usr/bin/env python3
+
+# SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+#
+# SPDX-License-Identifier: MIT
+
 """Mutation check: plants one fault at a time into the C++ sources and runs the native suite.
 
 A fault the suite notices is killed; one it lets through survived and points at a missing test

@@ -1,4 +1,9 @@
 #!/usr/bin/env bash
+
+# SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+#
+# SPDX-License-Identifier: MIT
+
 # Runs a command with a private, empty /data/images: a tmpfs there, in a mount namespace of its own.
 # Every FritzBox object creates and deletes the phone's picture directory /data/images/fritzbox/;
 # the tests and benchmarks that construct one run through this, so that they can run side

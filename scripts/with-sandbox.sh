@@ -1,4 +1,9 @@
 #!/usr/bin/env bash
+
+# SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+#
+# SPDX-License-Identifier: MIT
+
 # Runs a command that may misbehave (a test suite with a planted fault) where it can only write
 # into DIR: in a mount namespace of its own the root file system is read-only, /tmp, /var/tmp,
 # /run and /data/images are fresh tmpfs mounts that vanish with the command, and DIR stays

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 #pragma once
 // The router's call list as values: the request target, the lines of its CSV body, and one record
 // normalised for the call log. Internal to the module; no I/O.

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 #pragma once
 // The field scanner of one call-list record: "type;date;name;number;..." into fixed scratch
 // fields. Internal to the module; the library exports none of it.

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 #pragma once
 // The XSI-style documents the module hands the phone, and their entries. Internal to the module;
 // no I/O. Texts go in as they are given: the callers escape what needs escaping.

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 #pragma once
 // The single-pass walk over a phonebook export (or any text) that the module cuts records from.
 // Internal to the module; the library exports none of it.

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 #pragma once
 // A non-owning reference to a callable, for the walks that call a visitor while the caller's
 // lambda lives. Unlike std::function it needs no manager, no heap and no type information for

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 #pragma once
 // The module's log lines: every line names the module and the source path "./src/FritzBox", the
 // name the phone's log filters know the router client by, whichever file of src/ writes it.

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 #pragma once
 // The router's phonebook export as values: the export request, the contacts of the answer and,
 // per contact, its name, its first usable number and where its picture is. Internal to the module;

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 #pragma once
 // The module's HTTP exchange with the router. FritzBox::connectionHandler (defined in
 // RouterExchange.cpp) sends one request over the kept connection, follows at most four redirects

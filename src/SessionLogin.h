@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 #pragma once
 // The router's session login as values: the session info page's fields, the challenge response
 // and the login and logout targets. Internal to the module; no I/O.

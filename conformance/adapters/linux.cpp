@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // The adapter of the project's Linux platform: host-name mapping, a log sink, the phone model and
 // the log level through its controls (LinuxPlatform.h).
 #include <mutex>

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // The binary interface: objects the module allocates at its own size must not be written or read
 // past it, the platform's vtables must hold the functions in the order the module calls them, the
 // out-parameters must be written at their width, and the platform's headers must declare what

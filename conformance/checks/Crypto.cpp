@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // Cryptographer::md5: the login's response and the change tokens. Expectations are literal digests
 // and the kit's own MD5, never the platform's.
 #include "Cryptographer.h"

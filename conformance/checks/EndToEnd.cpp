@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // The module itself on the platform, through its public interface only (FritzBox and
 // BroadsoftServiceHelper), against the kit's router: what the phone's service sees.
 #include <sys/stat.h>

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 #pragma once
 // The platform's transport and HTTP client driven the way the module drives them: a context and
 // a connection built with the module's arguments, one client per exchange, the body read in

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // HardwareVersion: the three questions that decide whether contact pictures are fetched.
 #include "HardwareVersion.h"
 #include "Kit.h"

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 #pragma once
 // Sizes, alignments, member offsets and virtual-function slots of the platform types the module
 // compiles in, as a set of headers declares them. HeaderFacts.inc is compiled twice: with the

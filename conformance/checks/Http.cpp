@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // HttpClient: what a request carries to the router, how the answer comes back in pieces, where a
 // redirect points, and where the request goes.
 #include <algorithm>

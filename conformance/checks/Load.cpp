@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // Loading: the phone's service loads the module with dlopen; every platform name it needs must
 // resolve at once (the module is linked with -z now), and it must unload again.
 #include <dlfcn.h>

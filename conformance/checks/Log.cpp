@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // Logging: every line of the module goes through logAppQel, tracing lines only after
 // loggingOnAppQel said level 6 is on; logging also runs in the module's destructor.
 #include <cstdio>

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // Serializer: the six fields of a call-log record, written and read back without escaping.
 #include <cstdint>
 

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // Storage: the picture directory is made with the object and deleted with everything in it;
 // the two queries only feed a trace line. Every path is inside the check's own directory.
 #include <sys/stat.h>

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // ClientUtils: the keyword extraction the login and the phonebook reading rest on, the decimal
 // text of the directory's counts, XML escaping, and the picture location's scheme removal and file
 // name.

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // SecureTransportContext and SecureConnection: made with the module's arguments, kept between
 // exchanges while they report themselves usable, and dropped context first.
 #include <dirent.h>

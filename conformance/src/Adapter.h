@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 #pragma once
 // What a platform may offer the kit beyond the platform interface: the hooks of a stand-in
 // platform or of a firmware's test build. Every hook is optional; one that is not offered returns

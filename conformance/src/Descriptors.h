@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 #pragma once
 // Whole writes and reads on a pipe or socket, across short counts and interrupted calls.
 #include <unistd.h>

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 #pragma once
 // Memory whose end touches a page no access may reach: an object placed at the end of it faults
 // (SIGSEGV) as soon as code writes or reads past the object's size, which is what the module's

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 #pragma once
 // What every check of the conformance kit is made of. A check exercises the platform under test
 // and compares what comes with an expectation of the kit's own (literal texts, the kit's MD5, the

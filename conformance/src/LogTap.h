@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 #pragma once
 // Where a check reads what the platform's logging wrote: the adapter's capture when it offers
 // one, else a file the lines are appended to (the check's own stderr with --log-from stderr, or

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 #pragma once
 // The kit's router on loopback TCP, in a process of its own: the platform under test reaches it
 // only through its sockets, and the check learns what arrived only through a pipe. It listens

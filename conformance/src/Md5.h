@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 #pragma once
 // The kit's own MD5 (RFC 1321): the expectations of the hashing and login checks are computed
 // with it, never with the platform's Cryptographer. selfTestMd5() checks it on the RFC's vectors

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 #pragma once
 // The registry of assumptions (assumptions.tsv, built into the program): every assumption the
 // module makes about the platform, its tier, the platform operations it concerns and the checks

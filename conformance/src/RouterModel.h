@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 #pragma once
 // The kit's router, without any transport: a request goes in, the reply comes out. It answers
 // the requests of a FritzBox's web interface that the module makes (login, call list, phonebook

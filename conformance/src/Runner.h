@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 #pragma once
 // Runs each check in a process of its own, so that whatever the platform does (a crash, an
 // exception that escapes, a hang) ends that check alone: the report names the signal, the

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // fritzbox-conformance: checks a phone platform against everything the FritzBox module relies on.
 // See --help, and "Checking your platform" in the module's integration document.
 #include <fnmatch.h>

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 #include "ClientUtils.h"
 
 // Called in a loop that takes record after record off the front of a phonebook export of many

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // The phone model of the Linux platform: chosen by the tool or test that stands in for the phone.
 #include "HardwareVersion.h"
 

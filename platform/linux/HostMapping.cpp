@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // Host-name mapping of the Linux platform: lets tools and tests send the module's connections to
 // "fritz.box" to a simulator on a local port without touching the system's resolver.
 #include <map>

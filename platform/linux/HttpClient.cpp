@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // HTTP/1.1 client of the Linux platform, written by hand on the connection's socket.
 //
 // One client carries one exchange at a time over a kept connection. The response body is read

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 #pragma once
 // Parsing and formatting pieces of HTTP/1.1 messages, free of any I/O.
 #include <cstdint>

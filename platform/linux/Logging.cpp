@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // Logging of the Linux platform: one line per call on stderr, or handed to the sink a test or
 // tool installed. Lines are formatted as
 //   fritzbox <LEVEL> [MODULE] SOURCEPATH:LINE MESSAGE

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 #pragma once
 // Host-name resolution with a time limit. getaddrinfo() itself waits as long as the system's
 // resolver is configured to (tens of seconds for an unreachable DNS server); a phone's service

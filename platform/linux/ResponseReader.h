@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 #pragma once
 // Reads one HTTP/1.1 response off a connection's byte stream: the head of the final answer, then
 // the body in bounded pieces as its framing (Content-Length, chunked, or until the peer closes)

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // Plain TCP transport of the Linux platform. This build has no TLS: the router is spoken to in
 // plain HTTP, so a context only keeps its settings and a connection asking for TLS is refused.
 #include <netdb.h>

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 #pragma once
 // The Linux state behind a SecureConnection: one non-blocking TCP socket to one peer, the bytes
 // received but not yet consumed by the HTTP client (the inbox), and the time limits of the

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // Field codec of the Linux platform.
 //
 // A record is a concatenation of fields, each written as

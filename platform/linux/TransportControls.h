@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 #pragma once
 // The process-wide side of the transport behind LinuxPlatform.h: the counters the connections and
 // the HTTP client bump, and the time-limit overrides a program or test set.

@@ -1,4 +1,9 @@
 #!/usr/bin/env bash
+
+# SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+#
+# SPDX-License-Identifier: MIT
+
 # A picture directory that exists before the kit runs may be a running service's: the kit must
 # skip every check that would make the module delete it, and leave its pictures alone. Runs in a
 # private /data/images (scripts/with-private-pictures.sh).

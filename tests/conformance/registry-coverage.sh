@@ -1,4 +1,9 @@
 #!/usr/bin/env bash
+
+# SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+#
+# SPDX-License-Identifier: MIT
+
 # Fails when the module calls a platform operation that no row of the kit's registry names: every
 # platform symbol the module's library leaves undefined (scripts/host-symbols.sh), and every
 # virtual platform operation its sources call (the platform's vtables carry those, not its symbol

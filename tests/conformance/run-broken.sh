@@ -1,4 +1,9 @@
 #!/usr/bin/env bash
+
+# SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+#
+# SPDX-License-Identifier: MIT
+
 # Runs the kit on a broken platform: LIBRARY loaded ahead of the platform, only the CHECKS named,
 # and passes when the kit reached its summary, exited 1 and failed every one of them. With CHECKS
 # "PASS" the library is an equivalent platform: every check runs and every one must pass.

@@ -1,4 +1,9 @@
 #!/usr/bin/env bash
+
+# SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+#
+# SPDX-License-Identifier: MIT
+
 # The kit as a firmware team builds and runs it: installs the build's "module" and "conformance"
 # components, moves the prefix, builds the kit's sources from there with find_package against the
 # platform library given by path and without an adapter, and runs it (under EMULATOR when given)

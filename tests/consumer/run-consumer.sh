@@ -1,4 +1,9 @@
 #!/usr/bin/env bash
+
+# SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+#
+# SPDX-License-Identifier: MIT
+
 # The module as an integrator receives it: installs the build's "module" component, moves the
 # prefix (the package must be relocatable), checks its pkg-config file, builds tests/consumer/host
 # against it with find_package, compares the package's platform ABI probe built there with the

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // System-call failures injected in-process with libfiu: the Nth call of one function fails with a
 // chosen errno, counted on the test's own thread only (the simulator serving it runs on others),
 // and what a user would see is checked: a clear failure, nothing lost, no spin, no hang.

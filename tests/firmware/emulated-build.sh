@@ -1,4 +1,9 @@
 #!/usr/bin/env bash
+
+# SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+#
+# SPDX-License-Identifier: MIT
+
 # Builds the module the way a firmware build system does, from the recipes in contrib/, with
 # nothing but the ARM cross compiler (an empty target sysroot: no GoogleTest, CLI11, cpp-httplib or
 # Nettle to be found), and checks what lands:

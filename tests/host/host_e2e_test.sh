@@ -1,4 +1,9 @@
 #!/usr/bin/env bash
+
+# SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+#
+# SPDX-License-Identifier: MIT
+
 # The command-line host and the router simulator as separate processes over loopback TCP; the host
 # may be an ARM build run under EMULATOR, the simulator is native.
 # Usage: host_e2e_test.sh SCHEMA PUBLISHED_XSI_DIR SIMULATOR HOST [EMULATOR...]

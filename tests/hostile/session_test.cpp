@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // Whole sessions with the bundled sample router data: a router that drops the session between
 // login and fetch (the router simulator's fault switch), a link planted as the picture
 // directory, and a full session traced at every log level that must not leak the password anywhere

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // The module against a router whose answer breaks on the wire. The ways an answer can break are
 // the rows of tests/platform/replies; this shows what the module makes of one: the sync fails
 // with the platform's reason logged, and the next sync, the router behaving again, recovers. The

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 #pragma once
 // A module object with its loopback router and tracing captured; the phone model and the host
 // mappings are reset afterwards. And the reader of the tables kept as data files.

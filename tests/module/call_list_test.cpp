@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // Call list import: the fetch with its change token, the line cut, the record reading and the
 // entry, and the identifiers.
 #include "CallList.h"

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // The module's internal parts on their own: the call-record field scanner and the single-pass
 // export walk.
 #include "CallRecordScanner.h"

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // Phonebook import: the export fetch, contact conversion and contact pictures.
 #include <fcntl.h>
 #include <sys/stat.h>

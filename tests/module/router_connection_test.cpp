@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // The router client object, its HTTP exchange and the session login, against a router on
 // loopback TCP.
 #include "ModuleTest.h"

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // The platform's transport and HTTP client against ScriptedRouter over real loopback TCP. The
 // router's raw replies, with the outcome each must have, are the files in replies/, read by the runner below.
 #include <arpa/inet.h>

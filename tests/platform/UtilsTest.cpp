@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // The platform's small helpers, each family one table: serializer, text helpers, storage, MD5 and
 // the log line on stderr.
 #include <gtest/gtest.h>

@@ -1,4 +1,9 @@
 #!/bin/sh
+
+# SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+#
+# SPDX-License-Identifier: MIT
+
 # Runs a test program in network and mount namespaces of its own, where the resolver's only name
 # server is 127.0.0.1:53, which the program itself holds and never answers: a DNS server that is
 # unreachable without refusing. Exit 77 (skipped) where namespaces cannot be made.

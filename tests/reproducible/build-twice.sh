@@ -1,4 +1,9 @@
 #!/usr/bin/env bash
+
+# SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+#
+# SPDX-License-Identifier: MIT
+
 # Builds the module's packages twice from the same sources, in two checkouts at different places,
 # and compares them byte for byte: the .debs and the .tar.gz of `make package` (the package-*
 # presets) and the unstripped library, for this machine and, where the cross compiler is

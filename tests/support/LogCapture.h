@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 #pragma once
 // Collects the platform's log lines for the lifetime of the guard, instead of writing them to
 // stderr, and restores stderr output and the previous log level afterwards.

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 #pragma once
 // The module's fixture, shared by the module tests and the benchmarks: the session and connection
 // of a FritzBox, and a router's logic (login, call list, phonebook export, photos) answering

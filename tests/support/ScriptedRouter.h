@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 #pragma once
 // A scriptable HTTP/1.1 server standing in for the router in tests. It listens on 127.0.0.1 on an
 // ephemeral port, serves each connection on its own thread with keep-alive, and answers every

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 #pragma once
 // The main job on its default: the router simulator program (installed beside this one) with the
 // bundled sample data as a child process, and the module run against it as the phone would.

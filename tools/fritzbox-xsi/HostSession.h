@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 #pragma once
 // Drives the module as the phone's Broadsoft service does: one FritzBox object, sync() for a
 // data set with the change token the service keeps between refreshes, then getData() for the

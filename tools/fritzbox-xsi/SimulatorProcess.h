@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 #pragma once
 // The router simulator program run as a child process, for the demo: the installed host stays
 // free of the simulator's code and talks to it over loopback like to a real router.

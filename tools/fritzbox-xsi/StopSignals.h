@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 #pragma once
 // SIGINT, SIGTERM and SIGHUP end the host's work cleanly instead of killing it: they are noted,
 // a wait between syncs ends at once, and the program returns through its destructors (the module

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 #pragma once
 // The file that keeps a data set's change token between runs of the host, as the phone keeps it
 // between refreshes. It is replaced atomically, so a crash or a full disk never leaves a cut

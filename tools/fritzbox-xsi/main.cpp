@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // fritzbox-xsi: the phone's Broadsoft service in a terminal. It loads the module's documents
 // from a FritzBox router (real or simulated) and prints them.
 #include <CLI/CLI.hpp>

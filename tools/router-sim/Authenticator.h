@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 #pragma once
 // The login side of the simulated router: the challenges handed out, the sessions logged in, and
 // the block that follows failed logins. Not thread-safe; the simulator calls it under its lock.

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 #pragma once
 // Counts the TCP connections requests arrive on. httplib tells a handler the client's address
 // and port but not the socket, so a connection is recognised by that pair: it names one

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // The login response a client must send for a challenge, in the phone module's form and in the
 // real router's form. Both hash 16-bit little-endian code units; they differ in how the text
 // becomes code units and in the "<challenge>-" prefix of the router's form.

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 #pragma once
 // The texts the simulated router answers with besides its data: the session-info XML of
 // /login_sid.lua and the HTML login page that stands in for data when a session is not valid.

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // Loading the data the simulated router serves from a directory laid out like the bundled
 // sample: calllist.csv, phonebook.xml and photos/<name>.
 #include <filesystem>

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 #pragma once
 // A stand-in for a FritzBox home router's web interface: the login at /login_sid.lua with
 // challenge, session IDs and login blocking, the call list as CSV, the phonebook export through

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // fritzbox-router-sim: serves a directory of router data (by default the bundled sample router
 // data) the way a FritzBox's web interface does, so the phone module can be run against it.
 #include <pthread.h>

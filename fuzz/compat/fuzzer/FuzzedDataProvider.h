@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 #pragma once
 // The part of libFuzzer's FuzzedDataProvider the fuzz targets use, for compilers without clang's
 // header (the corpus replays): integers are taken from the end of the input, strings and the rest

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 #pragma once
 // Controls of the Linux implementation of the host platform. The module never sees these; the
 // programs and tests that stand in for the phone use them to point the router's name at a

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 #pragma once
 // What a broken platform calls to reach the Linux platform's own definition of the operation it
 // replaces: the next definition after this library in the loader's search order.

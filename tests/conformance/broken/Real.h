@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 #pragma once
 // The Linux platform's own definitions of the virtual and member operations that broken platforms
 // wrap: each forwards to the definition after the broken library, found under its mangled name

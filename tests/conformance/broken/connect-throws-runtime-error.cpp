@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // A connection that reports a refused connect as a std::runtime_error, not a SecureTransportException.
 #include <stdexcept>
 

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // Equivalent: a transport context that copies the certificates, key and cipher list it is given
 // (a TLS platform keeps its own copies) and frees them with itself.
 #include <map>

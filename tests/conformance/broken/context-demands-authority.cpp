@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // A transport context that refuses to be made without a certificate authority, as a TLS-only
 // platform might; the module passes none for plain HTTP.
 #include "Real.h"

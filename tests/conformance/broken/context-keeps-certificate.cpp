@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // A transport context that keeps a pointer to the authority certificate it was given and reads it
 // again for each connection: the module's certificate is a local that is gone by then.
 #include <map>

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // A deleteDirectory that hands the path to remove_all as it came: with the module's trailing slash
 // a link in the directory's place resolves to its target, whose files are deleted, and the link
 // itself stays.

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // A deleteDirectory that removes what a shell's * matches: files whose names start with a dot stay,
 // and with them the directory.
 #include <dirent.h>

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // An XML escape that takes an & for the start of an entity already written and leaves it bare.
 #include "ClientUtils.h"
 #include "Next.h"

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // An XML escape that writes numeric character references: valid XML, but not the five entities
 // the installed header promises.
 #include <string>

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // A fileExists_stat that opens the file for writing to find out, creating it when missing.
 #include <fcntl.h>
 #include <unistd.h>

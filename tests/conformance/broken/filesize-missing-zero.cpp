@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // A fileSize that says 0 for a file it cannot read.
 #include <sys/stat.h>
 

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // A keyword extraction that searches with the C library: the source ends at its first NUL byte.
 #include <cstring>
 

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // A keyword extraction that empties its output before it searches, also when it then finds no pair
 // (the module's session id would be lost on a page without one).
 #include <string>

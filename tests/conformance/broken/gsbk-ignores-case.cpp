@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // A keyword extraction that matches the keywords in any letter case.
 #include <algorithm>
 #include <cctype>

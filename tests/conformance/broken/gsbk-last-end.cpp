@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // A keyword extraction that takes the last end keyword instead of the first after the begin: a
 // static member replaced.
 #include "ClientUtils.h"

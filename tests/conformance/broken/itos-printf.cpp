@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // Equivalent: an itos through the C library's %d, which never groups thousands whatever the locale.
 #include <cstdio>
 

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // A keyword extraction that removes everything up to the end of the match, not the match alone:
 // a static member replaced.
 #include "ClientUtils.h"

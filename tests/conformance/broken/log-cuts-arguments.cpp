@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // A logger that formats into a 256-byte buffer and writes what fits.
 #include "Real.h"
 

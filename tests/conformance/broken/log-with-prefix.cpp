@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // Equivalent: a logger that puts the firmware's own tag in front of every line.
 #include <string>
 

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // A logger that writes the format string as it stands, its conversions unfilled.
 #include "Real.h"
 

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // Equivalent: a makeDir that leaves the picture directory readable by its user alone (0700).
 #include <sys/stat.h>
 

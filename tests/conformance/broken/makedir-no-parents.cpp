@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // A makeDir that makes the last directory only, failing when a parent is missing.
 #include <sys/stat.h>
 

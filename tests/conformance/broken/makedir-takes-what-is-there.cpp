@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // A makeDir that is content with whatever stands at the path, as `mkdir -p` is: a link to another
 // directory or a directory that everyone can write stays in the picture directory's place.
 #include <filesystem>

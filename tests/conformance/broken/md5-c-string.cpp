@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // An md5 of the string up to its first NUL byte (the login hashes two bytes a character).
 #include "Real.h"
 

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // An md5 that hashes at most the first 64 KiB of its input, as a fixed buffer would.
 #include "Real.h"
 

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // A model query that answers from a sensor read each time and so changes its mind between calls.
 #include <atomic>
 

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // A phone that claims no model at all: the picture-capable model is never told.
 #include "HardwareVersion.h"
 

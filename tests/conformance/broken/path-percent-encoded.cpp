@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // A client that percent-encodes the request path it is given (space, quote, percent and bytes
 // over 0x7f), where the module hands over the path exactly as it must travel.
 #include <cstdio>

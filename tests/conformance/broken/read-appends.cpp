@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // A first read that appends to the response string instead of replacing what it held: a virtual
 // operation replaced (the module reaches it through the platform's vtable).
 #include <string>

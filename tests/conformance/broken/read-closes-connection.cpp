@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // A client that closes the connection after every complete answer: no request reuses it.
 #include "Real.h"
 

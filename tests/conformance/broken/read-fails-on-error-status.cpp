@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // A client that treats an error status (4xx, 5xx) as a failed exchange, where the module reads
 // such answers too (a 404 page is usable).
 #include "Real.h"

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // A client whose further reads replace the data read so far instead of appending to it.
 #include "Real.h"
 

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // A client that reports a body longer than the caller's limit as complete: the rest is lost.
 #include "Real.h"
 

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // A client whose status code is a 64-bit field on its side: readResponse writes eight bytes where
 // the installed header has four, over whatever stands beside the caller's status.
 #include <cstdint>

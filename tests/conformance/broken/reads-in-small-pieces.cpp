@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // Equivalent: a client that hands a body over in pieces of at most 4096 bytes, well under the
 // caller's limit, and so answers MORE_DATA many more times.
 #include <algorithm>

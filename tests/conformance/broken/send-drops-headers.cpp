@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // A client that sends only the headers it makes itself and drops the caller's (the export's
 // multipart content type among them).
 #include "Real.h"

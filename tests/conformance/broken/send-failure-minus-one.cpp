@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // A client whose failed send returns -1, as the socket call did, instead of FAILURE.
 #include "Real.h"
 

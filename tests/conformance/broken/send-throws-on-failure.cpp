@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // A client that throws when a request cannot be sent instead of returning FAILURE.
 #include "Real.h"
 

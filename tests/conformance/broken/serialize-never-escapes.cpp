@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // A serializer that ignores the escape flag: a field holding the separator splits in two.
 #include <string>
 

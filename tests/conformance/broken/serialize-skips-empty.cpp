@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // A serializer that writes nothing for an empty field, so the fields after it move up one place.
 #include <string>
 

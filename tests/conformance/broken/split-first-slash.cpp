@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // A split at the first slash instead of the last: the "file name" of a/b/c.jpg is b/c.jpg.
 #include "ClientUtils.h"
 

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // A split whose file name starts with the slash that ends the path.
 #include "ClientUtils.h"
 

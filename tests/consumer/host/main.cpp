@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+//
+// SPDX-License-Identifier: MIT
+
 // A minimal host: points the router's name at ADDRESS:PORT, syncs the directory once with the
 // password from FRITZBOX_PASSWORD and prints the document. Exit 0 when the sync returned true.
 #include <cstdlib>

@@ -1,3 +1,7 @@
+# SPDX-FileCopyrightText: 2026 The fritzbox-xsi authors
+#
+# SPDX-License-Identifier: MIT
+
 SUMMARY = "FritzBox router client module for a desk phone's Broadsoft service"
 DESCRIPTION = "A plug-in library for the phone's Broadsoft service: it takes the call logs and the \
 personal directory from a FritzBox home router and rewrites them as BroadWorks XSI documents. The \
