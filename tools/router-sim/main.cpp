@@ -114,7 +114,11 @@ std::string bundledDataDirectory() {
 
 // Blocks SIGINT and SIGTERM here and in every thread started later (they inherit the mask), so
 // that only the main thread takes them, in sigwait, and can stop the simulator cleanly.
+// A shell starts background jobs with SIGINT ignored, and an ignored signal never reaches
+// sigwait: the default disposition comes back first.
 sigset_t blockStopSignals() {
+    std::signal(SIGINT, SIG_DFL);
+    std::signal(SIGTERM, SIG_DFL);
     sigset_t signals;
     sigemptyset(&signals);
     sigaddset(&signals, SIGINT);
