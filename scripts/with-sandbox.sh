@@ -34,13 +34,16 @@ else
     namespace=(unshare --user --map-root-user --mount --propagation private)
 fi
 # The bind of DIR onto itself makes it a mount of its own, which keeps its write access when the
-# root mount (only this namespace's copy of it) is made read-only.
+# root mount (only this namespace's copy of it) is made read-only. /dev, a mount of its own, is
+# made read-only too: its devices can still be read and written, but no planted fault can rename
+# a file over one of them (a token file's replacement once took the place of /dev/zero).
 setup='set -e
 mount --bind "$0" "$0"
 for private in /tmp /var/tmp /run /data/images; do
     [ -d "$private" ] && mount -t tmpfs -o mode=1777 sandbox "$private"
 done
-mount -o remount,bind,ro /'
+mount -o remount,bind,ro /
+mount -o remount,bind,ro /dev'
 if ! "${namespace[@]}" sh -c "$setup" "$dir" 2>/dev/null; then
     echo "with-sandbox: no private mount namespace can be made here" >&2
     exit 125
