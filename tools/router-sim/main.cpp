@@ -8,7 +8,10 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <chrono>
 #include <csignal>
+#include <cstdlib>
+#include <future>
 #include <iostream>
 #include <memory>
 #include <stdexcept>
@@ -136,6 +139,18 @@ std::unique_ptr<routersim::RouterSimulator> startSimulator(const ProgramOptions&
     return simulator;
 }
 
+// A graceful stop waits for idle kept-alive connections (up to their 5 s time-out); a signal must
+// end the program within a second in every state, so after kStopBound it ends without them.
+constexpr std::chrono::milliseconds kStopBound{500};
+
+void stopWithin(routersim::RouterSimulator& simulator, std::chrono::milliseconds bound) {
+    std::future<void> stopped = std::async(std::launch::async, [&simulator] { simulator.stop(); });
+    if (stopped.wait_for(bound) != std::future_status::ready) {
+        std::cout.flush();
+        std::_Exit(0);
+    }
+}
+
 int serve(const ProgramOptions& options) {
     const sigset_t stopSignals = blockStopSignals();
     std::unique_ptr<routersim::RouterSimulator> simulator;
@@ -148,7 +163,7 @@ int serve(const ProgramOptions& options) {
     std::cout << "listening on " << simulator->listeningOn() << std::endl;
     int signal = 0;
     sigwait(&stopSignals, &signal);
-    simulator->stop();
+    stopWithin(*simulator, kStopBound);
     return 0;
 }
 
