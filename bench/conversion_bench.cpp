@@ -31,7 +31,8 @@ void BM_CallRecord(benchmark::State& state) {
     std::size_t handled = 0;
     for (auto _ : state) {
         const CallRecord call = readCallRecord(records[handled++ % records.size()]).record;
-        benchmark::DoNotOptimize(callLogsEntry(call.number, call.name, callTime(call), callLogIdBase(call)));
+        benchmark::DoNotOptimize(callLogsEntry(call.number, call.name, callTime(call),
+                                               callLogIdBase(call.year, call.month, call.day, call.hour, call.minute)));
     }
     state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations()));
 }

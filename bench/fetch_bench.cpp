@@ -140,8 +140,8 @@ public:
     bool logIn() { return logInWithFirstSync(m_box, CallLogs); }
     // One download; false unless the whole export arrived.
     bool download() {
-        const fritzbox_detail::RouterReply exchange = fritzbox_detail::RouterRequests::post(
-            m_box, fritzbox_detail::kExportTarget, fritzbox_detail::exportFormBody(m_access.sid()), kExportFormHeaders);
+        const fritzbox_detail::RouterReply exchange = m_access.routerRequests().post(
+            fritzbox_detail::kExportTarget, fritzbox_detail::exportFormBody(m_access.session()), kExportFormHeaders);
         return exchange.ok && exchange.body.size() == exportBytes();
     }
 

@@ -23,7 +23,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             FUZZ_CHECK(line.find(reading.rejected) != std::string::npos);
             continue;
         }
-        const std::string id = callLogIdBase(reading.record);
+        const std::string id = callLogIdBase(reading.record.year, reading.record.month, reading.record.day,
+                                             reading.record.hour, reading.record.minute);
         FUZZ_CHECK(id.size() <= 15 && id.find_first_not_of(line) == std::string::npos);
         const std::string entry =
             callLogsEntry(reading.record.number, reading.record.name, callTime(reading.record), id + "0");

@@ -19,9 +19,6 @@
 
 class SecureTransportContext;
 class SecureConnection;
-namespace fritzbox_detail {
-class RouterRequests;
-}
 
 class FRITZBOX_XSI_EXPORT FritzBox {
 public:
@@ -46,14 +43,13 @@ public:
     std::string getData(Broadsoft::Filters::FilterTypes filter);
 
 private:
-    friend class FritzBoxTestAccess;               // tests of the session and the kept connection
-    friend class fritzbox_detail::RouterRequests;  // the module's requests through connectionHandler
+    friend class FritzBoxTestAccess;  // tests of the session and the kept connection
 
     using HeaderMap = HttpClientIfc::HeaderMap;
 
     // HTTP exchange
-    // Sends one request to `host` (empty: the router) over the kept connection, reads the whole
-    // answer and follows 301, 302 and 307 up to four times; true when the final status is usable.
+    // One request and its whole answer over the kept connection, redirects followed; true when
+    // the final status is usable.
     bool connectionHandler(const std::string& path, std::string body, HttpClientIfc::HTTPMETHOD method,
                            std::string& responseData, HeaderMap& requestHeaders, HeaderMap& responseHeaders,
                            HttpClientIfc::eStatusCode& statusCode, std::string host, std::int32_t redirectCount);

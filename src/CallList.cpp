@@ -103,8 +103,9 @@ std::string callTime(const CallRecord& record) {
     return "20" + record.year + "-" + record.month + "-" + record.day + "T" + record.hour + ":" + record.minute + ":00";
 }
 
-std::string callLogIdBase(const CallRecord& record) {
-    return record.year + record.month + record.day + record.hour + record.minute;
+std::string callLogIdBase(const std::string& year, const std::string& month, const std::string& day,
+                          const std::string& hour, const std::string& minute) {
+    return year + month + day + hour + minute;
 }
 
 }  // namespace fritzbox_detail

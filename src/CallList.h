@@ -46,6 +46,7 @@ CallRecordReading readCallRecord(const std::string& record);
 // "20yy-mm-ddTHH:MM:00": the router's local time as it is, the century fixed.
 std::string callTime(const CallRecord& record);
 // The call's minute as the base of its call-log identifier: year, month, day, hour, minute.
-std::string callLogIdBase(const CallRecord& record);
+std::string callLogIdBase(const std::string& year, const std::string& month, const std::string& day,
+                          const std::string& hour, const std::string& minute);
 
 }  // namespace fritzbox_detail

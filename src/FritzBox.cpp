@@ -151,6 +151,20 @@ std::string FritzBox::getData(Broadsoft::Filters::FilterTypes filter) {
 }
 
 // ---------------------------------------------------------------------------------------------
+// HTTP exchange: the work is done over the two members that hold the kept connection
+
+bool FritzBox::connectionHandler(const std::string& path, std::string body, HttpClientIfc::HTTPMETHOD method,
+                                 std::string& responseData, HeaderMap& requestHeaders, HeaderMap& responseHeaders,
+                                 HttpClientIfc::eStatusCode& statusCode, std::string host, std::int32_t redirectCount) {
+    return exchangeWithRouter({m_transportContext, m_secureConn}, path, body, method, responseData, requestHeaders,
+                              responseHeaders, statusCode, std::move(host), redirectCount);
+}
+
+void FritzBox::clearSecureConnection(bool force) {
+    dropKeptConnection({m_transportContext, m_secureConn}, force);
+}
+
+// ---------------------------------------------------------------------------------------------
 // Session login
 
 bool FritzBox::isValidSid() {
@@ -158,9 +172,10 @@ bool FritzBox::isValidSid() {
 }
 
 bool FritzBox::getSid() {
+    const KeptConnection kept{m_transportContext, m_secureConn};
     std::string challenge;
     // A failed first request does not stop the login: it goes on with an empty challenge.
-    RouterReply info = RouterRequests::get(*this, kLoginPath);
+    RouterReply info = RouterRequests(kept).get(kLoginPath);
     if (info.ok) {
         if (!readChallenge(info.body, challenge)) {
             FRITZBOX_LOG(2, "getSid() could not find challenge='%s'", info.body.c_str());
@@ -172,7 +187,7 @@ bool FritzBox::getSid() {
     const std::string response = loginResponse(challenge, m_password);
     FRITZBOX_TRACE("getSid() response='%s'", response.c_str());
 
-    RouterReply login = RouterRequests::get(*this, loginTarget(m_username, response));
+    RouterReply login = RouterRequests(kept).get(loginTarget(m_username, response));
     if (login.ok) {
         if (!readSessionId(login.body, m_sid)) {
             FRITZBOX_LOG(2, "getSid() could not find SID in response\n'%s'", login.body.c_str());
@@ -181,11 +196,12 @@ bool FritzBox::getSid() {
         FRITZBOX_TRACE("getSid() m_sid='%s'", m_sid.c_str());
     }
     // Emptiness is not tested here; sync() checks isValidSid() before it fetches.
-    return sessionHeld(m_sid);
+    return !namesNoSession(m_sid);
 }
 
 void FritzBox::invalidateSid() {
-    RouterReply logout = RouterRequests::get(*this, logoutTarget(m_sid));
+    const KeptConnection kept{m_transportContext, m_secureConn};
+    RouterReply logout = RouterRequests(kept).get(logoutTarget(m_sid));
     if (!logout.ok) {
         return;
     }
@@ -201,13 +217,14 @@ void FritzBox::invalidateSid() {
 // Call list
 
 bool FritzBox::retrieveCallLogData(std::string& out) {
+    const KeptConnection kept{m_transportContext, m_secureConn};
     m_missedXml.clear();
     m_placedXml.clear();
     m_receivedXml.clear();
     m_callListSize = kMaxCallListRecords;
     m_callLogIds.clear();
 
-    const RouterReply list = RouterRequests::get(*this, callListTarget(m_sid));
+    const RouterReply list = RouterRequests(kept).get(callListTarget(m_sid));
     // An unchanged list costs one digest and nothing more.
     if (!list.ok || !replaceTokenIfChanged(list.body, out)) {
         return false;
@@ -253,7 +270,7 @@ void FritzBox::handleSingleCallLogRecord(std::string& record) {
 
 std::string FritzBox::getCallLogId(const std::string& year, const std::string& month, const std::string& day,
                                    const std::string& hour, const std::string& minute) {
-    const std::string baseId = year + month + day + hour + minute;
+    const std::string baseId = callLogIdBase(year, month, day, hour, minute);
     const int found = static_cast<int>(std::count(m_callLogIds.begin(), m_callLogIds.end(), baseId));
     m_callLogIds.push_back(baseId);
     FRITZBOX_TRACE("getCallLogId() callLogId='%s' found='%d'", baseId.c_str(), found);
@@ -268,11 +285,12 @@ std::string FritzBox::getMultiPartData() {
 }
 
 bool FritzBox::retrievePhonebookData(std::string& out) {
+    const KeptConnection kept{m_transportContext, m_secureConn};
     m_phonebookXml.clear();
     m_phoneBookSize = 0;
 
     const RouterReply exported =
-        RouterRequests::post(*this, kExportTarget, getMultiPartData(), {{"Content-Type", exportContentType()}});
+        RouterRequests(kept).post(kExportTarget, getMultiPartData(), {{"Content-Type", exportContentType()}});
     // Whatever the exchange accepted is taken as the export; the status is not looked at.
     if (!exported.ok || !replaceTokenIfChanged(exported.body, out)) {
         return false;
@@ -308,10 +326,11 @@ void FritzBox::handleSinglePhonebookRecord(std::string& record) {
 }
 
 bool FritzBox::retrieveContactImage(std::string& imageURL, std::string& imageFile) {
+    const KeptConnection kept{m_transportContext, m_secureConn};
     FRITZBOX_TRACE("retrieveContactImage() imageURL[%s]", imageURL.c_str());
     const PictureTarget target = pictureTarget(imageURL);
     imageURL = target.location;
-    const RouterReply photo = RouterRequests::get(*this, photoTarget(target.location, m_sid));
+    const RouterReply photo = RouterRequests(kept).get(photoTarget(target.location, m_sid));
     if (!photo.ok) {
         return false;
     }

@@ -7,20 +7,22 @@
 #include <algorithm>
 #include <memory>
 
-#include "FritzBox.h"
 #include "ModuleLog.h"
 #include "SecureTransport.h"
-
-using fritzbox_detail::boolText;
 
 namespace {
 
 // The router's name on the home network; every request goes to it on port 80.
 const char* const kRouterHost = "fritz.box";
 const char* const kRequestPort = "80";
-const int kMaxResponseLength = 204800;
+// The size of one read of the body; the platform's own cap bounds the whole answer.
+const int kReadChunkLength = 204800;
 const std::size_t kMaxReservedResponse = 16u * 1024u * 1024u;
 const std::int32_t kMaxRedirectDepth = 4;
+// The kept connection's bounds: seconds to connect, seconds per read or write; plain HTTP.
+const unsigned kConnectTimeoutSeconds = 5;
+const unsigned kIoTimeoutSeconds = 5;
+const bool kPlainText = true;
 
 // What one exchange leaves for connectionHandler to decide on.
 struct ExchangeOutcome {
@@ -31,7 +33,7 @@ struct ExchangeOutcome {
 
 // One request and its whole answer over `connection`, through a client that lives for this
 // exchange only and is gone when this returns. The body arrives in reads of at most
-// kMaxResponseLength bytes, appended in order.
+// kReadChunkLength bytes, appended in order.
 ExchangeOutcome exchangeOnce(SecureConnection* connection, const std::string& host, const std::string& path,
                              const std::string& body, HttpClientIfc::HTTPMETHOD method,
                              const HttpClientIfc::HeaderMap& requestHeaders, std::string& responseData,
@@ -47,11 +49,11 @@ ExchangeOutcome exchangeOnce(SecureConnection* connection, const std::string& ho
     }
     int totalLength = 0;
     int result =
-        client->readResponse(connection, responseData, kMaxResponseLength, statusCode, totalLength, responseHeaders);
+        client->readResponse(connection, responseData, kReadChunkLength, statusCode, totalLength, responseHeaders);
     FRITZBOX_TRACE(
         "connectionHandler() statusCode: %d, result: %d, maxResponseLength: %d, totalLength: %d, "
         "responseData.length(): %d",
-        static_cast<int>(statusCode), result, kMaxResponseLength, totalLength, static_cast<int>(responseData.length()));
+        static_cast<int>(statusCode), result, kReadChunkLength, totalLength, static_cast<int>(responseData.length()));
     // The announced length lets the body grow in place instead of being copied at every
     // doubling. It is the router's word, so no more than a large export is set aside on it.
     if (totalLength > 0) {
@@ -59,7 +61,7 @@ ExchangeOutcome exchangeOnce(SecureConnection* connection, const std::string& ho
     }
     while (result == HttpClientIfc::MORE_DATA) {
         std::string more;
-        result = client->readMoreData(connection, more, kMaxResponseLength);
+        result = client->readMoreData(connection, more, kReadChunkLength);
         responseData.append(more);
     }
     outcome.readResult = result;
@@ -89,12 +91,16 @@ StatusMeaning meaningOf(HttpClientIfc::eStatusCode statusCode) {
 
 }  // namespace
 
-bool FritzBox::connectionHandler(const std::string& path, std::string body, HttpClientIfc::HTTPMETHOD method,
-                                 std::string& responseData, HeaderMap& requestHeaders, HeaderMap& responseHeaders,
-                                 HttpClientIfc::eStatusCode& statusCode, std::string host, std::int32_t redirectCount) {
+namespace fritzbox_detail {
+
+bool exchangeWithRouter(KeptConnection kept, const std::string& path, const std::string& body,
+                        HttpClientIfc::HTTPMETHOD method, std::string& responseData,
+                        HttpClientIfc::HeaderMap& requestHeaders, HttpClientIfc::HeaderMap& responseHeaders,
+                        HttpClientIfc::eStatusCode& statusCode, std::string host, std::int32_t redirectCount) {
     if (host.empty()) {
         host = kRouterHost;
     }
+    // The log lines carry the name of the member this exchange does the work of.
     FRITZBOX_TRACE("connectionHandler() connecting to %s:%s, path='%s'", host.c_str(), kRequestPort, path.c_str());
 
     // The router is spoken to in plain HTTP: no certificates, keys or revocation checks.
@@ -104,34 +110,35 @@ bool FritzBox::connectionHandler(const std::string& path, std::string body, Http
     CertificateVerificationPolicy verificationPolicy;
     OnlineCertStatusPolicy onlineStatusPolicy(nullptr, nullptr);
 
-    clearSecureConnection(false);
-    if (!m_transportContext && !m_secureConn) {
+    dropKeptConnection(kept, false);
+    if (!kept.context && !kept.connection) {
         try {
-            m_transportContext.reset(new SecureTransportContext(clientCertificate, clientKey, authorityCertificate,
-                                                                SecureTransportContextIfc::eTLSv1_2,
-                                                                &verificationPolicy, &onlineStatusPolicy, ""));
-            m_secureConn.reset(new SecureConnection(*m_transportContext, host, kRequestPort, 5, 5, true));
+            kept.context.reset(new SecureTransportContext(clientCertificate, clientKey, authorityCertificate,
+                                                          SecureTransportContextIfc::eTLSv1_2, &verificationPolicy,
+                                                          &onlineStatusPolicy, ""));
+            kept.connection.reset(new SecureConnection(*kept.context, host, kRequestPort, kConnectTimeoutSeconds,
+                                                       kIoTimeoutSeconds, kPlainText));
         } catch (const SecureTransportException& exception) {
             FRITZBOX_LOG(2, "connectionHandler() exception='%s'", exception.what());
-            clearSecureConnection(true);
+            dropKeptConnection(kept, true);
             return false;
         }
     }
     FRITZBOX_TRACE("connectionHandler() m_secureConn[%p], m_transportContext[%p]",
-                   static_cast<void*>(m_secureConn.get()), static_cast<void*>(m_transportContext.get()));
+                   static_cast<void*>(kept.connection.get()), static_cast<void*>(kept.context.get()));
 
     ExchangeOutcome exchange;
-    if (m_secureConn) {
-        exchange = exchangeOnce(m_secureConn.get(), host, path, body, method, requestHeaders, responseData,
+    if (kept.connection) {
+        exchange = exchangeOnce(kept.connection.get(), host, path, body, method, requestHeaders, responseData,
                                 responseHeaders, statusCode);
     }
     if (!exchange.sent) {
-        clearSecureConnection(true);
+        dropKeptConnection(kept, true);
         FRITZBOX_TRACE("connectionHandler() HttpClient::FAILURE");
         return false;
     }
     host = exchange.redirectHost;
-    clearSecureConnection(false);
+    dropKeptConnection(kept, false);
     if (exchange.readResult == HttpClient::FAILURE) {
         FRITZBOX_TRACE("connectionHandler() HttpClient::FAILURE on reading response");
         return false;
@@ -151,45 +158,43 @@ bool FritzBox::connectionHandler(const std::string& path, std::string body, Http
         return false;
     }
     FRITZBOX_TRACE("connectionHandler() redirection='%s'", host.c_str());
-    return connectionHandler(path, body, method, responseData, requestHeaders, responseHeaders, statusCode, host,
-                             redirectCount + 1);
+    return exchangeWithRouter(kept, path, body, method, responseData, requestHeaders, responseHeaders, statusCode, host,
+                              redirectCount + 1);
 }
 
-void FritzBox::clearSecureConnection(bool force) {
+void dropKeptConnection(KeptConnection kept, bool force) {
     FRITZBOX_TRACE("clearSecureConnection() IN force[%s], m_secureConn[%p], m_transportContext[%p]", boolText(force),
-                   static_cast<void*>(m_secureConn.get()), static_cast<void*>(m_transportContext.get()));
-    const bool keep = !force && (!m_secureConn || m_secureConn->isUsable());
+                   static_cast<void*>(kept.connection.get()), static_cast<void*>(kept.context.get()));
+    const bool keep = !force && (!kept.connection || kept.connection->isUsable());
     if (!keep) {
         // The context goes first, before the connection is closed.
-        m_transportContext.reset();
-        if (m_secureConn) {
-            if (m_secureConn->isUsable()) {
-                m_secureConn->close();
+        kept.context.reset();
+        if (kept.connection) {
+            if (kept.connection->isUsable()) {
+                kept.connection->close();
             }
-            m_secureConn.reset();
+            kept.connection.reset();
         }
     }
     FRITZBOX_LOG(4, "clearSecureConnection() OUT force[%s], m_secureConn[%p], m_transportContext[%p]", boolText(force),
-                 static_cast<void*>(m_secureConn.get()), static_cast<void*>(m_transportContext.get()));
+                 static_cast<void*>(kept.connection.get()), static_cast<void*>(kept.context.get()));
 }
 
-namespace fritzbox_detail {
-
-RouterReply RouterRequests::get(FritzBox& box, const std::string& path) {
+RouterReply RouterRequests::get(const std::string& path) {
     HttpClientIfc::HeaderMap noHeaders;
-    return send(box, path, std::string(), HttpClientIfc::GET, noHeaders);
+    return send(path, std::string(), HttpClientIfc::GET, noHeaders);
 }
 
-RouterReply RouterRequests::post(FritzBox& box, const std::string& path, const std::string& body,
-                                 HttpClientIfc::HeaderMap headers) {
-    return send(box, path, body, HttpClientIfc::POST, headers);
+RouterReply RouterRequests::post(const std::string& path, const std::string& body, HttpClientIfc::HeaderMap headers) {
+    return send(path, body, HttpClientIfc::POST, headers);
 }
 
-RouterReply RouterRequests::send(FritzBox& box, const std::string& path, const std::string& body,
-                                 HttpClientIfc::HTTPMETHOD method, HttpClientIfc::HeaderMap& headers) {
+RouterReply RouterRequests::send(const std::string& path, const std::string& body, HttpClientIfc::HTTPMETHOD method,
+                                 HttpClientIfc::HeaderMap& headers) {
     RouterReply reply;
     HttpClientIfc::HeaderMap responseHeaders;
-    reply.ok = box.connectionHandler(path, body, method, reply.body, headers, responseHeaders, reply.status, "", 0);
+    reply.ok =
+        exchangeWithRouter(m_kept, path, body, method, reply.body, headers, responseHeaders, reply.status, "", 0);
     return reply;
 }
 

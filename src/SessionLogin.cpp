@@ -22,11 +22,11 @@ const std::string kSidEnd = "</SID>";
 const char* const kLoginPath = "/login_sid.lua";
 
 bool sessionIsValid(const std::string& sid) {
-    return !sid.empty() && sessionHeld(sid);
+    return !sid.empty() && !namesNoSession(sid);
 }
 
-bool sessionHeld(const std::string& sid) {
-    return sid.find(kNoSession) == std::string::npos;
+bool namesNoSession(const std::string& sid) {
+    return sid.find(kNoSession) != std::string::npos;
 }
 
 bool readChallenge(std::string& page, std::string& value) {

@@ -13,8 +13,8 @@ extern const char* const kLoginPath;
 
 // True when `sid` names a session: not empty and nowhere the router's sixteen zeros.
 bool sessionIsValid(const std::string& sid);
-// True when `sid` is not the router's "no session" value; an empty one counts as held.
-bool sessionHeld(const std::string& sid);
+// True when `sid` holds the router's "no session" value (sixteen zeros); false for an empty one.
+bool namesNoSession(const std::string& sid);
 
 // Takes the text between <Challenge> and </Challenge> (or <SID> and </SID>) out of a session info
 // page into `value`; false when the page has none (`value` then holds what the platform's

@@ -39,7 +39,7 @@ TEST(TransportTest, BrokenCallListAnswerFailsTheSyncAndTheNextSyncRecovers) {
     EXPECT_TRUE(
         log.contains("HTTP exchange with fritz.box:80 failed: response body incomplete, oversized or malformed"));
     EXPECT_TRUE(log.contains("connectionHandler() HttpClient::FAILURE on reading response", 6));
-    EXPECT_FALSE(access.hasConnection()) << "a broken connection is never reused";
+    EXPECT_FALSE(access.hasKeptConnection()) << "a broken connection is never reused";
     for (const auto& record : log.records()) {
         EXPECT_GT(record.level, 2) << "a failed fetch after a good login is no error: " << record.message;
     }

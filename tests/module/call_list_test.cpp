@@ -80,7 +80,7 @@ TEST(CallRecordTest, RecordReading) {
 
 TEST(CallRecordTest, EntryTakesTheTimeCutAtNineteenCharacters) {
     const CallRecord call = readCallRecord("1;15.03.24 14:30;Anna;0301234;...").record;
-    EXPECT_EQ(callLogIdBase(call), "2403151430");
+    EXPECT_EQ(callLogIdBase(call.year, call.month, call.day, call.hour, call.minute), "2403151430");
     EXPECT_EQ(callLogsEntry(call.number, call.name, callTime(call), "24031514300"),
               "<callLogsEntry><phoneNumber>0301234</phoneNumber><name>Anna</name><time>2024-03-15T14:30:00</time>"
               "<callLogId>24031514300</callLogId></callLogsEntry>");

@@ -13,6 +13,7 @@
 
 #include "FritzBox.h"
 #include "Phonebook.h"
+#include "RouterExchange.h"
 #include "ScriptedRouter.h"
 #include "SecureTransport.h"
 
@@ -21,9 +22,15 @@ class FritzBoxTestAccess {
 public:
     explicit FritzBoxTestAccess(FritzBox& box) : m_box(box) {}
 
-    std::string& sid() { return m_box.m_sid; }
-    bool hasConnection() const { return m_box.m_secureConn != nullptr || m_box.m_transportContext != nullptr; }
+    // Lets the box hold `sid` as if a login had given it.
+    void adoptSession(const std::string& sid) { m_box.m_sid = sid; }
+    const std::string& session() const { return m_box.m_sid; }
+    bool hasKeptConnection() const { return m_box.m_secureConn != nullptr || m_box.m_transportContext != nullptr; }
     void clearSecureConnection(bool force) { m_box.clearSecureConnection(force); }
+    // The module's requests over this box's kept connection.
+    fritzbox_detail::RouterRequests routerRequests() {
+        return fritzbox_detail::RouterRequests({m_box.m_transportContext, m_box.m_secureConn});
+    }
 
 private:
     FritzBox& m_box;
