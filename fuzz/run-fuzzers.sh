@@ -13,7 +13,8 @@ set -euo pipefail
 
 [[ $# -ge 3 ]] || { echo "usage: $0 BUILD_DIR WORK_DIR SECONDS [RUNS] [TARGET...]" >&2 && exit 2; }
 source_dir=$(cd "$(dirname "$0")" && pwd) build_dir=$(cd "$1" && pwd) work_dir=$2 seconds=$3 runs=${4:-0}
-targets=("${@:5}") && [[ ${#targets[@]} -gt 0 ]] || targets=(call_list_fuzzer phonebook_export_fuzzer keyword_extraction_fuzzer serializer_fuzzer)
+targets=("${@:5}") && [[ ${#targets[@]} -gt 0 ]] ||
+    targets=(call_list_fuzzer phonebook_export_fuzzer keyword_extraction_fuzzer serializer_fuzzer response_reader_fuzzer)
 
 for target in "${targets[@]}"; do
     mkdir -p "$work_dir/$target" "$work_dir/artifacts" && log="$work_dir/$target.log"

@@ -17,7 +17,7 @@ constexpr std::size_t kMaxHeaderBlockBytes = 64 * 1024;
 constexpr std::size_t kMaxChunkLineBytes = 4 * 1024;
 constexpr std::uint64_t kMaxBodyBytes = kMaxResponseBodyBytes;
 
-using ReceiveResult = SecureConnectionImpl::ReceiveResult;
+using ReceiveResult = ByteSource::ReceiveResult;
 
 const char* const kNoValidHead = "no valid response head";
 

@@ -3,15 +3,15 @@
 // SPDX-License-Identifier: MIT
 
 #pragma once
-// Reads one HTTP/1.1 response off a connection's byte stream: the head of the final answer, then
-// the body in bounded pieces as its framing (Content-Length, chunked, or until the peer closes)
-// says. It knows nothing about requests, retries or who owns the connection.
+// Reads one HTTP/1.1 response off a byte source (a connection's socket, or a script): the head of the final answer,
+// then the body in bounded pieces as its framing (Content-Length, chunked, or until the peer closes) says. It knows
+// nothing about requests, retries or who owns the connection.
 #include <cstddef>
 #include <cstdint>
 #include <string>
 
+#include "ByteSource.h"
 #include "HttpMessage.h"
-#include "SecureConnectionImpl.h"
 
 namespace linux_platform {
 namespace http {
@@ -20,7 +20,8 @@ class ResponseReader {
 public:
     enum class Outcome { Complete, More, Failed };
 
-    explicit ResponseReader(SecureConnectionImpl& stream) : m_stream(stream) {}
+    // The source must outlive the reader.
+    explicit ResponseReader(ByteSource& stream) : m_stream(stream) {}
 
     // Reads the final answer's head, skipping interim 1xx answers, and works out the body's
     // framing. False when no intact head arrived or its framing cannot be read (a transfer coding
@@ -43,7 +44,7 @@ public:
 private:
     enum class Framing { None, Length, Chunked, UntilClose };
 
-    SecureConnectionImpl::ReceiveResult receive();
+    ByteSource::ReceiveResult receive();
     bool readLine(std::size_t& budget, std::string& line);
     bool readHeadLine(std::size_t& budget, std::string& line);
     bool readHeaderBlock(std::size_t& budget, StatusLine& status, HeaderMap& headers);
@@ -57,7 +58,7 @@ private:
     bool readTrailers();
     bool fail(const std::string& reason);
 
-    SecureConnectionImpl& m_stream;
+    ByteSource& m_stream;
     Framing m_framing = Framing::None;
     std::uint64_t m_framedBytesLeft = 0;  // Length: of the body; Chunked: of the current chunk
     std::uint64_t m_bodyBytesRead = 0;

@@ -258,8 +258,7 @@ bool SecureConnectionImpl::idleStreamIsClean() const {
 
 void SecureConnectionImpl::close() {
     closeSocket();
-    m_inbox.clear();
-    m_consumed = 0;
+    forget();
     m_claimed = false;
 }
 
@@ -290,15 +289,11 @@ bool SecureConnectionImpl::sendAll(const char* data, std::size_t length) {
 }
 
 SecureConnectionImpl::ReceiveResult SecureConnectionImpl::receiveMore() {
-    // Only an incomplete line or nothing at all is left unread when more is asked for, so this
-    // moves few bytes.
-    m_inbox.erase(0, m_consumed);
-    m_consumed = 0;
     while (m_fd >= 0) {
         char buffer[32 * 1024];
         const ssize_t received = ::recv(m_fd, buffer, sizeof buffer, 0);
         if (received > 0) {
-            m_inbox.append(buffer, static_cast<std::size_t>(received));
+            append(buffer, static_cast<std::size_t>(received));
             countTransferred(static_cast<std::size_t>(received));
             m_receivedOnSocket = true;
             return ReceiveResult::Data;

@@ -3,24 +3,23 @@
 // SPDX-License-Identifier: MIT
 
 #pragma once
-// The Linux state behind a SecureConnection: one non-blocking TCP socket to one peer, the bytes
-// received but not yet consumed by the HTTP client (the inbox), and the time limits of the
-// connection and of the exchange running over it.
+// The Linux state behind a SecureConnection: one non-blocking TCP socket to one peer as the byte
+// source of the HTTP client's response reader, and the time limits of the connection and of the
+// exchange running over it.
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
 
-class SecureConnectionImpl {
+#include "ByteSource.h"
+
+class SecureConnectionImpl : public linux_platform::http::ByteSource {
 public:
-    enum class ReceiveResult { Data, PeerClosed, TimedOut, Failed };
     using Clock = std::chrono::steady_clock;
 
     SecureConnectionImpl(unsigned connectTimeoutSeconds, unsigned ioTimeoutSeconds);
-    ~SecureConnectionImpl();
-    SecureConnectionImpl(const SecureConnectionImpl&) = delete;
-    SecureConnectionImpl& operator=(const SecureConnectionImpl&) = delete;
+    ~SecureConnectionImpl() override;
 
     // Closes any socket it has, then resolves `host` (through the host-name mapping first) and
     // connects to it within the connect time-out (and the running exchange's limit, if any).
@@ -56,14 +55,8 @@ public:
 
     // Sends all bytes; closes the connection and returns false on failure or time-out.
     bool sendAll(const char* data, std::size_t length);
-    // Appends what one receive returns to the unread bytes. A failure or time-out closes the
-    // connection; after the peer's end of stream the unread bytes stay readable.
-    ReceiveResult receiveMore();
-    // The bytes received but not consumed yet. Consuming (at most unread().size() bytes) only moves
-    // a position: taking many small pieces (chunk lines, small chunks) off a full buffer would
-    // otherwise move all of the rest each time. receiveMore() drops the consumed bytes.
-    std::string_view unread() const { return std::string_view(m_inbox).substr(m_consumed); }
-    void consume(std::size_t count) { m_consumed += count; }
+    // Receives from the socket. A failure or time-out closes the connection.
+    ReceiveResult receiveMore() override;
 
 private:
     int waitLimitMs() const;
@@ -90,6 +83,4 @@ private:
     bool m_peerClosed = false;
     bool m_receivedOnSocket = false;
     bool m_claimed = false;
-    std::string m_inbox;
-    std::size_t m_consumed = 0;  // bytes at the front of m_inbox that are already taken
 };

@@ -2,8 +2,9 @@
 //
 // SPDX-License-Identifier: MIT
 
-// The platform's transport and HTTP client against ScriptedRouter over real loopback TCP. The
-// router's raw replies, with the outcome each must have, are the files in replies/, read by the runner below.
+// The platform's transport and HTTP client against ScriptedRouter over real loopback TCP, with the
+// reply rows of replies/ that are about the socket (the others run on a scripted byte source in
+// ResponseReaderTest.cpp).
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
@@ -23,6 +24,7 @@
 #include "HttpClient.h"
 #include "LinuxPlatform.h"
 #include "LogCapture.h"
+#include "ReplyFiles.h"
 #include "ScriptedRouter.h"
 #include "SecureTransport.h"
 
@@ -95,31 +97,7 @@ protected:
                                SecureTransportContextIfc::eTLSv1_2, nullptr, nullptr, "");
 };
 
-// ---- replies/*.http: header fields ("name: value", "#" comments), a line "--", then the bytes
-// on the wire, one piece per line without its line break; \r \n \t \\ \xHH are escapes, a line
-// "%repeat N TEXT" stands for TEXT N times and a last line "%close" hangs up after the bytes
-// ("%reset" with a reset).
-
-std::string decode(const std::string& text) {
-    std::string bytes;
-    if (text.rfind("%repeat ", 0) == 0) {
-        const std::string unit = decode(text.substr(text.find(' ', 8) + 1));
-        for (unsigned long n = std::stoul(text.substr(8)); n > 0; --n) {
-            bytes += unit;
-        }
-        return bytes;
-    }
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const char c = text[i] == '\\' ? text[++i] : '\0';
-        if (c == 'x') {
-            bytes += static_cast<char>(std::stoi(text.substr(i + 1, 2), nullptr, 16));
-            i += 2;
-        } else {
-            bytes += c == '\0' ? text[i] : c == 'r' ? '\r' : c == 'n' ? '\n' : c == 't' ? '\t' : c;
-        }
-    }
-    return bytes;
-}
+// ---- the reply rows about sockets (ReplyFiles.h), over loopback TCP
 
 // A socket listening on 127.0.0.1 with a queue of one connection, where `host`:80 now leads.
 int listenAs(const std::string& host) {
@@ -132,35 +110,20 @@ int listenAs(const std::string& host) {
     return fd;
 }
 
-std::vector<std::string> replyNames() {
-    std::vector<std::string> names;
-    for (const auto& entry : std::filesystem::directory_iterator(FRITZBOX_REPLIES_DIR)) {
-        names.push_back(entry.path().stem().string());
-    }
-    std::sort(names.begin(), names.end());
-    return names;
-}
-
 class ReplyTest : public HttpClientTest, public ::testing::WithParamInterface<std::string> {};
 
 // Every field the file gives is compared, "log" also when it gives none, so that no row fails unnoticed.
 TEST_P(ReplyTest, EndsAsTheFileSays) {
-    std::ifstream in(FRITZBOX_REPLIES_DIR "/" + GetParam() + ".http");
-    std::map<std::string, std::string> fields{{"log", ""}, {"target", "/path"}};
-    std::string line;
-    while (std::getline(in, line) && line != "--") {
-        const std::size_t colon = line.find(':');
-        if (line[0] != '#' && colon != std::string::npos) {
-            fields[line.substr(0, colon)] =
-                decode(line.substr(std::min(line.find_first_not_of(' ', colon + 1), line.size())));
-        }
-    }
+    const replyfiles::ReplyFile file = replyfiles::readReplyFile(GetParam());
+    std::map<std::string, std::string> fields = file.fields;
+    fields.emplace("log", "");
+    fields.emplace("target", "/path");
     ScriptedReply reply{200, {}, {}, false, std::string(), std::atoi(fields["pace-ms"].c_str())};
-    while (std::getline(in, line)) {
-        reply.resetAfter = line == "%reset";
-        reply.closeAfter = line == "%close" || reply.resetAfter;
-        *reply.raw += reply.closeAfter ? "" : decode(line);
+    for (const std::string& piece : file.pieces) {
+        *reply.raw += piece;
     }
+    reply.resetAfter = file.ending == replyfiles::Ending::Reset;
+    reply.closeAfter = file.ending != replyfiles::Ending::Open;
     router.queueReply(reply);
     testsupport::LogCapture log(4);
     SecureConnection connection(context, "fritz.box", "80", 5, 5, true);
@@ -187,7 +150,7 @@ TEST_P(ReplyTest, EndsAsTheFileSays) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Replies, ReplyTest, ::testing::ValuesIn(replyNames()),
+INSTANTIATE_TEST_SUITE_P(Replies, ReplyTest, ::testing::ValuesIn(replyfiles::replyNames(true)),
                          [](const auto& info) { return std::regex_replace(info.param, std::regex("-"), "_"); });
 
 // ---- behaviour beyond a single reply
