@@ -12,7 +12,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
-#include <vector>
 
 #include "FuzzHarness.h"
 #include "LinuxPlatform.h"
@@ -41,16 +40,8 @@ struct Reading {
     }
 };
 
-std::vector<std::string> cut(const std::string& wire, std::size_t pieceSize) {
-    std::vector<std::string> pieces;
-    for (std::size_t at = 0; at < wire.size(); at += pieceSize) {
-        pieces.push_back(wire.substr(at, pieceSize));
-    }
-    return pieces;
-}
-
 Reading read(const std::string& wire, std::size_t pieceSize, std::size_t readSize, bool headRequest) {
-    testsupport::ScriptedSource source(cut(wire, pieceSize), ByteSource::ReceiveResult::PeerClosed);
+    testsupport::ScriptedSource source(wire, pieceSize, ByteSource::ReceiveResult::PeerClosed);
     ResponseReader reader(source);
     Reading reading;
     linux_platform::http::StatusLine status;

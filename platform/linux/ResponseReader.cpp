@@ -20,6 +20,9 @@ constexpr std::uint64_t kMaxBodyBytes = kMaxResponseBodyBytes;
 using ReceiveResult = ByteSource::ReceiveResult;
 
 const char* const kNoValidHead = "no valid response head";
+// One reason for every body failure, wherever it shows: a bad chunk header met by a read's
+// look-ahead is the same fault as one met at the start of the next read.
+const char* const kBadBody = "response body incomplete, oversized or malformed";
 
 }  // namespace
 
@@ -79,14 +82,14 @@ ResponseReader::Outcome ResponseReader::readBody(std::string& out, std::size_t m
     std::size_t budget = maxLength;
     while (budget > 0 && !m_bodyComplete) {
         if (!readBodyPiece(out, budget)) {
-            fail("response body incomplete, oversized or malformed");
+            fail(kBadBody);
             return Outcome::Failed;
         }
     }
     // At the end of a chunk only the next chunk header tells whether the body goes on; reading it
     // now lets the caller learn that the body is complete together with its last bytes.
     if (!m_bodyComplete && m_framing == Framing::Chunked && m_framedBytesLeft == 0 && !readChunkHeader()) {
-        fail("malformed or oversized chunk header");
+        fail(kBadBody);
         return Outcome::Failed;
     }
     return m_bodyComplete ? Outcome::Complete : Outcome::More;

@@ -33,6 +33,7 @@ struct ProgramOptions {
     std::string dataDirectory;  // empty: the bundled sample
     std::string passwordFile;
     routersim::SimulatorOptions simulator;
+    bool verbose = false;
 };
 
 void addServingOptions(CLI::App& app, ProgramOptions& options) {
@@ -54,7 +55,7 @@ void addServingOptions(CLI::App& app, ProgramOptions& options) {
     app.add_option("--session-idle", options.simulator.sessionIdleSeconds, "Seconds until an unused session expires")
         ->check(CLI::NonNegativeNumber)
         ->capture_default_str();
-    app.add_flag("--verbose", options.simulator.verbose, "One line per request on stderr");
+    app.add_flag("--verbose", options.verbose, "One line per request on stderr");
 }
 
 void addFaultOptions(CLI::App& app, routersim::Faults& faults) {
@@ -133,8 +134,8 @@ sigset_t blockStopSignals() {
 // The simulator serving as asked; throws std::exception naming why it cannot start.
 std::unique_ptr<routersim::RouterSimulator> startSimulator(const ProgramOptions& options) {
     const std::string data = options.dataDirectory.empty() ? bundledDataDirectory() : options.dataDirectory;
-    auto simulator =
-        std::make_unique<routersim::RouterSimulator>(routersim::RouterData::loadFromDirectory(data), options.simulator);
+    auto simulator = std::make_unique<routersim::RouterSimulator>(routersim::RouterData::loadFromDirectory(data),
+                                                                  options.simulator, options.verbose);
     simulator->start(options.listenAddress, options.port);
     return simulator;
 }

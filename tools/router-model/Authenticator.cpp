@@ -34,15 +34,10 @@ std::string toLower(std::string text) {
 
 }  // namespace
 
-Authenticator::Authenticator(std::string user, std::string password, LoginForm form, std::chrono::seconds sessionIdle)
-    : user_(std::move(user)),
-      password_(std::move(password)),
-      form_(form),
-      sessionIdle_(sessionIdle),
-      random_(std::random_device{}()) {}
+Authenticator::Authenticator(LoginRules rules) : rules_(std::move(rules)), random_(std::random_device{}()) {}
 
 std::string Authenticator::issueChallenge() {
-    challenges_.push_back(randomHex(8));
+    challenges_.push_back(rules_.fixedChallenge.empty() ? randomHex(8) : rules_.fixedChallenge);
     if (challenges_.size() > kValidChallenges) {
         challenges_.pop_front();
     }
@@ -51,10 +46,12 @@ std::string Authenticator::issueChallenge() {
 
 std::string Authenticator::login(const std::string& user, const std::string& response, bool keepSession,
                                  Clock::time_point now) {
-    const bool accepted = user == user_ && now >= blockedUntil_ && useMatchingChallenge(response);
+    const bool accepted = user == rules_.user && now >= blockedUntil_ && useMatchingChallenge(response);
     if (!accepted) {
         ++consecutiveFailures_;
-        blockedUntil_ = now + std::chrono::seconds(blockSecondsAfter(consecutiveFailures_));
+        if (rules_.blockAfterFailures) {
+            blockedUntil_ = now + std::chrono::seconds(blockSecondsAfter(consecutiveFailures_));
+        }
         return "";
     }
     consecutiveFailures_ = 0;
@@ -71,7 +68,7 @@ bool Authenticator::useSession(const std::string& sid, Clock::time_point now) {
     if (session == sessions_.end()) {
         return false;
     }
-    if (now - session->second >= sessionIdle_) {
+    if (now - session->second >= rules_.sessionIdle) {
         sessions_.erase(session);
         return false;
     }
@@ -97,7 +94,7 @@ int Authenticator::remainingBlockSeconds(Clock::time_point now) const {
 bool Authenticator::useMatchingChallenge(const std::string& response) {
     const std::string given = toLower(response);
     const auto match = std::find_if(challenges_.begin(), challenges_.end(), [&](const std::string& challenge) {
-        return loginResponse(challenge, password_, form_) == given;
+        return loginResponse(challenge, rules_.password, rules_.form) == given;
     });
     if (match == challenges_.end()) {
         return false;
@@ -109,11 +106,14 @@ bool Authenticator::useMatchingChallenge(const std::string& response) {
 // Sessions nobody ends would pile up in a long run; expired ones are dropped at each login.
 void Authenticator::forgetIdleSessions(Clock::time_point now) {
     for (auto session = sessions_.begin(); session != sessions_.end();) {
-        session = now - session->second >= sessionIdle_ ? sessions_.erase(session) : std::next(session);
+        session = now - session->second >= rules_.sessionIdle ? sessions_.erase(session) : std::next(session);
     }
 }
 
 std::string Authenticator::newSessionId() {
+    if (!rules_.fixedSessionId.empty()) {
+        return rules_.fixedSessionId;
+    }
     std::string sid;
     do {
         sid = randomHex(16);

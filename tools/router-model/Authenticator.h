@@ -12,18 +12,31 @@
 #include <random>
 #include <string>
 
-#include "RouterSimulator.h"
+#include "LoginForm.h"
 
 namespace routersim {
 
 using Clock = std::chrono::steady_clock;
+
+// Who may log in and how the router hands out challenges and sessions.
+struct LoginRules {
+    std::string user;
+    std::string password;
+    LoginForm form = LoginForm::Module;
+    std::chrono::seconds sessionIdle{1200};  // a session unused this long has expired
+    bool blockAfterFailures = true;          // failed logins block further ones for a while
+    // Not empty: every challenge, and every new session's id, is this value instead of a random
+    // one, so that a run's requests can be compared byte for byte.
+    std::string fixedChallenge;
+    std::string fixedSessionId;
+};
 
 // The SID of every answer that carries no session.
 constexpr const char* kZeroSid = "0000000000000000";
 
 class Authenticator {
 public:
-    Authenticator(std::string user, std::string password, LoginForm form, std::chrono::seconds sessionIdle);
+    explicit Authenticator(LoginRules rules);
 
     // A fresh challenge. It stays valid until a login uses it or newer ones push it out, so
     // clients that fetch challenges at the same time do not spoil each other's logins.
@@ -37,9 +50,11 @@ public:
     // True when `sid` names a session that has not been idle too long; using it restarts the idle time.
     bool useSession(const std::string& sid, Clock::time_point now);
     void endSession(const std::string& sid);
+    // Keeps `sid` as a session from now on, as if a login had given it.
+    void openSession(const std::string& sid, Clock::time_point now) { sessions_[sid] = now; }
     int remainingBlockSeconds(Clock::time_point now) const;
 
-    const std::string& user() const { return user_; }
+    const std::string& user() const { return rules_.user; }
 
 private:
     bool useMatchingChallenge(const std::string& response);
@@ -47,10 +62,7 @@ private:
     std::string newSessionId();
     std::string randomHex(std::size_t digits);
 
-    std::string user_;
-    std::string password_;
-    LoginForm form_;
-    Clock::duration sessionIdle_;
+    LoginRules rules_;
     std::deque<std::string> challenges_;                 // newest last
     std::map<std::string, Clock::time_point> sessions_;  // sid -> last use
     int consecutiveFailures_ = 0;

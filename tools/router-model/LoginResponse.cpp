@@ -9,7 +9,7 @@
 
 #include <cstdint>
 
-#include "RouterSimulator.h"
+#include "LoginForm.h"
 
 namespace routersim {
 namespace {

@@ -9,7 +9,7 @@
 #include <sstream>
 #include <stdexcept>
 
-#include "RouterSimulator.h"
+#include "RouterData.h"
 
 namespace routersim {
 namespace {
