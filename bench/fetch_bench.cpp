@@ -80,11 +80,11 @@ void timeSyncs(benchmark::State& state, FritzBox& box, Broadsoft::Filters::Filte
 // first 50 records.
 void BM_CallListSync(benchmark::State& state) {
     benchhost::prepare(linux_platform::PhoneModel::Other);
-    testsupport::TestRouter router(benchdata::kPassword);
-    router.callList = benchdata::callListCsv(static_cast<std::size_t>(state.range(0)));
+    testsupport::ModelRouter router(benchdata::kPassword);
+    router.setCallList(benchdata::callListCsv(static_cast<std::size_t>(state.range(0))));
     FritzBox box("admin", benchdata::kPassword);
     timeSyncs(state, box, CallLogs);
-    state.counters["csv_bytes"] = static_cast<double>(router.callList.size());
+    state.counters["csv_bytes"] = static_cast<double>(router.callList().size());
 }
 BENCHMARK(BM_CallListSync)->Arg(60)->Arg(400)->Unit(benchmark::kMicrosecond);
 
@@ -92,12 +92,12 @@ BENCHMARK(BM_CallListSync)->Arg(60)->Arg(400)->Unit(benchmark::kMicrosecond);
 // the conversion of every contact, and on a phone model that shows photos the photo fetches.
 void runPhonebookSyncs(benchmark::State& state, linux_platform::PhoneModel model, std::size_t contacts) {
     benchhost::prepare(model);
-    testsupport::TestRouter router(benchdata::kPassword);
-    router.phonebookExport = benchdata::phonebookExport(contacts);
-    router.photos = benchdata::photos();
+    testsupport::ModelRouter router(benchdata::kPassword);
+    router.setPhonebookExport(benchdata::phonebookExport(contacts));
+    router.setPhotos(benchdata::photos());
     FritzBox box("admin", benchdata::kPassword);
     timeSyncs(state, box, Personal);
-    reportPerContact(state, contacts, router.phonebookExport.size());
+    reportPerContact(state, contacts, router.phonebookExport().size());
     state.counters["entries"] = static_cast<double>(benchdata::entryCount(box.getData(Personal)));
 }
 
@@ -123,9 +123,9 @@ std::string chunkedResponse(const std::string& body, std::size_t chunkSize) {
 class ExportDownload {
 public:
     ExportDownload(std::size_t contacts, std::size_t chunkSize) : m_router(benchdata::kPassword), m_access(m_box) {
-        m_router.phonebookExport = benchdata::phonebookExport(contacts);
+        m_router.setPhonebookExport(benchdata::phonebookExport(contacts));
         if (chunkSize > 0) {
-            const std::string response = chunkedResponse(m_router.phonebookExport, chunkSize);
+            const std::string response = chunkedResponse(m_router.phonebookExport(), chunkSize);
             m_router.override = [response](const ReceivedRequest& request, ScriptedReply& reply) {
                 if (request.target != "/cgi-bin/firmwarecfg") {
                     return false;
@@ -136,7 +136,7 @@ public:
         }
     }
 
-    std::size_t exportBytes() const { return m_router.phonebookExport.size(); }
+    std::size_t exportBytes() const { return m_router.phonebookExport().size(); }
     bool logIn() { return logInWithFirstSync(m_box, CallLogs); }
     // One download; false unless the whole export arrived.
     bool download() {
@@ -146,7 +146,7 @@ public:
     }
 
 private:
-    testsupport::TestRouter m_router;
+    testsupport::ModelRouter m_router;
     FritzBox m_box{"admin", benchdata::kPassword};
     FritzBoxTestAccess m_access;
 };

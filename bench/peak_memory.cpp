@@ -24,9 +24,9 @@ namespace {
 
 int serve(std::size_t contacts) {
     benchhost::prepare(linux_platform::PhoneModel::Other);
-    testsupport::TestRouter router(benchdata::kPassword);
-    router.phonebookExport = benchdata::phonebookExport(contacts);
-    std::printf("%d %zu\n", router.scripted().port(), router.phonebookExport.size());
+    testsupport::ModelRouter router(benchdata::kPassword);
+    router.setPhonebookExport(benchdata::phonebookExport(contacts));
+    std::printf("%d %zu\n", router.scripted().port(), router.phonebookExport().size());
     std::fflush(stdout);
     for (;;) {
         pause();

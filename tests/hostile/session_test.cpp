@@ -2,8 +2,9 @@
 //
 // SPDX-License-Identifier: MIT
 
-// Whole sessions with the bundled sample router data: a router that drops the session between
-// login and fetch (the router simulator's fault switch), a link planted as the picture
+// Whole sessions with the bundled sample router data against the router model on loopback, with
+// the simulator's own sessions (random challenges and ids, login blocking): a router that drops
+// the session between login and fetch (a fault switch), a link planted as the picture
 // directory, and a full session traced at every log level that must not leak the password anywhere
 // (the one test that watches for it).
 #include <gtest/gtest.h>
@@ -15,7 +16,6 @@
 #include "LinuxPlatform.h"
 #include "LogCapture.h"
 #include "ModuleFixture.h"
-#include "RouterSimulator.h"
 #include "Storage.h"
 
 using namespace testsupport;
@@ -35,8 +35,7 @@ TEST(SampleRouterTest, ADroppedSessionIsKeptUntilACredentialChanges) {
     LogCapture log{6};
     routersim::SimulatorOptions options;
     options.password = kPassword;
-    routersim::RouterSimulator simulator(routersim::RouterData::loadFromDirectory(FRITZBOX_SAMPLE_DATA_DIR), options);
-    linux_platform::mapHost("fritz.box", "80", "127.0.0.1", std::to_string(simulator.start()));
+    ModelRouter router(options, routersim::RouterData::loadFromDirectory(FRITZBOX_SAMPLE_DATA_DIR));
     FritzBox box{"admin", kPassword};
     std::string callToken, directoryToken;
     const auto directoryEmpty = [&box] {
@@ -44,20 +43,20 @@ TEST(SampleRouterTest, ADroppedSessionIsKeptUntilACredentialChanges) {
     };
     routersim::Faults faults;
     faults.dropSessions = true;
-    simulator.setFaults(faults);
+    router.model().setFaults(faults);
     EXPECT_TRUE(box.sync(CallLogs, callToken)) << "the login page differs from the empty token";
     EXPECT_TRUE(log.contains("handleSingleCallLogRecord() record='<form method=\"post\" action=\"/\">'"));
     EXPECT_FALSE(log.contains("getCallLogId()"));
     EXPECT_TRUE(box.sync(Personal, directoryToken));
     EXPECT_TRUE(directoryEmpty());
-    EXPECT_EQ(simulator.stats().logins, 1u);
-    EXPECT_EQ(simulator.stats().callListFetches + simulator.stats().exportFetches, 0u);
+    EXPECT_EQ(router.model().stats().logins, 1u);
+    EXPECT_EQ(router.model().stats().callListFetches + router.model().stats().exportFetches, 0u);
 
-    simulator.setFaults({});
+    router.model().setFaults({});
     EXPECT_FALSE(box.sync(CallLogs, callToken)) << "the same login page: unchanged";
     EXPECT_FALSE(box.sync(Personal, directoryToken));
     EXPECT_TRUE(directoryEmpty());
-    EXPECT_EQ(simulator.stats().logins, 1u) << "no new login by itself";
+    EXPECT_EQ(router.model().stats().logins, 1u) << "no new login by itself";
 
     box.setUsername("someone else");  // logs the stale session out
     box.setUsername("admin");
@@ -65,7 +64,7 @@ TEST(SampleRouterTest, ADroppedSessionIsKeptUntilACredentialChanges) {
     EXPECT_TRUE(box.sync(Personal, directoryToken));
     EXPECT_TRUE(log.contains("getCallLogId()"));
     EXPECT_FALSE(directoryEmpty());
-    EXPECT_EQ(simulator.stats().logins, 2u);
+    EXPECT_EQ(router.model().stats().logins, 2u);
     linux_platform::clearHostMappings();
 }
 
@@ -79,8 +78,8 @@ TEST(SampleRouterTest, APlantedLinkTakesNoPictureOutOfItsDirectory) {
     std::ofstream(system + "/config") << "setting=1";
     ASSERT_EQ(::symlink("config", (system + "/1.jpg").c_str()), 0);
     ASSERT_EQ(::symlink(system.c_str(), directory.c_str()), 0);
-    routersim::RouterSimulator simulator(routersim::RouterData::loadFromDirectory(FRITZBOX_SAMPLE_DATA_DIR), {});
-    linux_platform::mapHost("fritz.box", "80", "127.0.0.1", std::to_string(simulator.start()));
+    ModelRouter router(routersim::SimulatorOptions(),
+                       routersim::RouterData::loadFromDirectory(FRITZBOX_SAMPLE_DATA_DIR));
     linux_platform::setPhoneModel(linux_platform::PhoneModel::Tern);
     {
         FritzBox box{"admin", routersim::SimulatorOptions().password};
@@ -104,11 +103,8 @@ TEST(PasswordTest, ThePasswordAppearsInNoLogLineOrRequest) {
     const std::string newPassword = "Second#Kennwort-4419";
     LogCapture log{9};
     linux_platform::setPhoneModel(linux_platform::PhoneModel::Tern);
-    const auto data = routersim::RouterData::loadFromDirectory(FRITZBOX_SAMPLE_DATA_DIR);
-    TestRouter router(kPassword);
-    router.callList = data.callListCsv;
-    router.phonebookExport = data.phonebookXml;
-    router.photos = data.photos;
+    ModelRouter router(kPassword);
+    router.model().setData(routersim::RouterData::loadFromDirectory(FRITZBOX_SAMPLE_DATA_DIR));
     {
         FritzBox box("admin", kPassword);
         std::string callToken, directoryToken;

@@ -20,8 +20,8 @@ namespace {
 TEST(TransportTest, BrokenCallListAnswerFailsTheSyncAndTheNextSyncRecovers) {
     linux_platform::setTimeLimitOverrides({500, 300, 0, 500, 40});
     testsupport::LogCapture log{6};
-    TestRouter router;
-    router.callList = callListBody({"1;15.03.24 14:30;Anna;0301234;"});
+    ModelRouter router;
+    router.setCallList(callListBody({"1;15.03.24 14:30;Anna;0301234;"}));
     FritzBox box{"admin", "geheim"};
     FritzBoxTestAccess access{box};
     auto sync = [&box] {

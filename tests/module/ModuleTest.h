@@ -23,7 +23,7 @@ protected:
     }
 
     testsupport::LogCapture log{6};
-    testsupport::TestRouter router;
+    testsupport::ModelRouter router;
     FritzBox box;
     FritzBoxTestAccess access{box};
     std::string token;

@@ -30,9 +30,9 @@ TEST_F(CallListTest, FetchWithChangeTokenLimitAndFiling) {
     for (int i = 0; i < 75; ++i) {
         records.push_back("1;01.02.24 10:" + std::string(i < 10 ? "0" : "") + std::to_string(i % 60) + ";N;1;");
     }
-    router.callList = callListBody(records);
+    router.setCallList(callListBody(records));
     ASSERT_TRUE(box.sync(kCallLogs, token));
-    EXPECT_EQ(token, Cryptographer().md5(router.callList));
+    EXPECT_EQ(token, Cryptographer().md5(router.callList()));
     EXPECT_TRUE(log.contains("retrieveCallLogData() m_callListSize='50'", 6));
     EXPECT_EQ(linesWith(log, "getCallLogId() "), 50u);
     EXPECT_TRUE(log.contains("getCallLogId() callLogId='2402011049' found='0'", 6));
@@ -44,7 +44,7 @@ TEST_F(CallListTest, FetchWithChangeTokenLimitAndFiling) {
     EXPECT_EQ(linesWith(log, "getCallLogId() "), 0u);
 
     // Identifiers are distinct within a minute only: the count of earlier ones is their suffix.
-    router.callList = callListBody({"1;15.03.24 14:30;A;1;", "4;15.03.24 14:30;B;2;", "2;16.03.24 09:00;;0305;"});
+    router.setCallList(callListBody({"1;15.03.24 14:30;A;1;", "4;15.03.24 14:30;B;2;", "2;16.03.24 09:00;;0305;"}));
     ASSERT_TRUE(box.sync(kCallLogs, token));
     EXPECT_TRUE(log.contains("getCallLogId() callLogId='2403151430' found='1'", 6));
     EXPECT_TRUE(log.contains("getCallLogId() callLogId='2403160900' found='0'", 6));

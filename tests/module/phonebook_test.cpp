@@ -58,10 +58,10 @@ std::string contents(const std::string& path) {
 using PhonebookTest = ModuleTest;
 
 TEST_F(PhonebookTest, FetchWithChangeToken) {
-    router.phonebookExport = "<phonebook><contact" + contact("Anna", "0301") + "</contact><contact" +
-                             contact("Bert", "0302") + "</contact><contact><realName>Cleo</realName>";
+    router.setPhonebookExport("<phonebook><contact" + contact("Anna", "0301") + "</contact><contact" +
+                              contact("Bert", "0302") + "</contact><contact><realName>Cleo</realName>");
     ASSERT_TRUE(box.sync(kPersonal, token));
-    EXPECT_EQ(token, Cryptographer().md5(router.phonebookExport));
+    EXPECT_EQ(token, Cryptographer().md5(router.phonebookExport()));
     const std::string counts = "<numberOfRecords>2</numberOfRecords><totalAvailableRecords>2</totalAvailableRecords>";
     EXPECT_NE(box.getData(kPersonal).find(counts + entry("Anna") + entry("Bert", "0302") + "</Personal>"),
               std::string::npos);
@@ -70,7 +70,7 @@ TEST_F(PhonebookTest, FetchWithChangeToken) {
     const std::string empty = personalDocument(0, "");
     EXPECT_EQ(box.getData(kPersonal), empty);
 
-    router.phonebookExport = "<html>login page</html>";  // no contacts at all: still a changed export
+    router.setPhonebookExport("<html>login page</html>");  // no contacts at all: still a changed export
     EXPECT_TRUE(box.sync(kPersonal, token));
     EXPECT_EQ(box.getData(kPersonal), empty);
     EXPECT_EQ(router.targets().back(), kExportTarget);
@@ -99,7 +99,7 @@ TEST_F(PhonebookTest, OnlyPictureModelsFetchPictures) {
         reply.body = "jpeg";
         return request.target.rfind("/lua/photo.lua", 0) == 0;
     };
-    router.phonebookExport = exportWithPictures({"file:///var/media/ftp/FRITZ/fonpix/1.jpg"});
+    router.setPhonebookExport(exportWithPictures({"file:///var/media/ftp/FRITZ/fonpix/1.jpg"}));
     for (PhoneModel model : {PhoneModel::Other, PhoneModel::Tern, PhoneModel::Gull, PhoneModel::Wren}) {
         linux_platform::setPhoneModel(model);
         std::string fresh;
@@ -170,7 +170,7 @@ TEST_F(PhonebookTest, PictureLocations) {
         refusedEntries += entry("C");
         EXPECT_TRUE(names.back() == "-" || pictureTarget(row[0]).fileName == names.back()) << row[0];
     }
-    router.phonebookExport = exportWithPictures(locations);
+    router.setPhonebookExport(exportWithPictures(locations));
     auto syncing = std::async(std::launch::async, [this] { return box.sync(kPersonal, token); });
     if (syncing.wait_for(std::chrono::milliseconds(500)) != std::future_status::ready) {
         std::for_each(lonelyFifos.begin(), lonelyFifos.end(), readFifo);  // lets a blocked open go on

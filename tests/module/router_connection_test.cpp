@@ -20,7 +20,7 @@ protected:
 };
 
 TEST_F(RouterConnectionTest, LoginAnswersTheChallengeWithTheBareWidenedDigestAndKeepsTheSession) {
-    router.callList = callListBody({});
+    router.setCallList(callListBody({}));
     ASSERT_TRUE(box.sync(FilterTypes::CallLogs, token));
     // The digest is hard-coded from an independent computation over "1234567z-äbc".
     const std::vector<std::string> expected = {
@@ -28,7 +28,7 @@ TEST_F(RouterConnectionTest, LoginAnswersTheChallengeWithTheBareWidenedDigestAnd
         "/fon_num/foncalls_list.lua?csv=&sid=" + kSid};
     EXPECT_EQ(router.targets(), expected);
 
-    router.callList += "1;15.03.24 14:30;Anna;0301234;\n";
+    router.setCallList(router.callList() + "1;15.03.24 14:30;Anna;0301234;\n");
     ASSERT_TRUE(box.sync(FilterTypes::CallLogs, token));
     EXPECT_EQ(router.count("/login_sid.lua"), 2u) << "the kept session needs no new login";
     EXPECT_EQ(router.scripted().connectionCount(), 1u) << "login and fetches share one kept connection";
@@ -160,6 +160,7 @@ TEST_F(RouterConnectionTest, ConnectionLifetime) {
     EXPECT_FALSE(access.hasKeptConnection());
 
     access.adoptSession(kSid);
+    router.model().openSession(kSid);
     linux_platform::mapHost("fritz.box", "80", "127.0.0.1", std::to_string(closedPort));
     EXPECT_FALSE(box.sync(FilterTypes::Personal, token));
     EXPECT_TRUE(log.contains("connectionHandler() exception='", 2));
@@ -168,9 +169,10 @@ TEST_F(RouterConnectionTest, ConnectionLifetime) {
     linux_platform::mapHost("fritz.box", "80", "127.0.0.1", std::to_string(router.scripted().port()));
     const std::size_t before = router.scripted().requestCount();
     router.override = nullptr;
-    router.phonebookExport = "<phonebook/>";
+    router.setPhonebookExport("<phonebook/>");
     EXPECT_TRUE(box.sync(FilterTypes::Personal, token)) << log.text();
     EXPECT_EQ(router.scripted().requestCount() - before, 1u) << "the export alone after the outage";
+    EXPECT_EQ(router.model().stats().exportFetches, 1u) << "served on the session held before the outage";
     EXPECT_EQ(router.scripted().connectionCount(), 4u);
 }
 

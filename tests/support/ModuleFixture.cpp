@@ -5,34 +5,20 @@
 #include "ModuleFixture.h"
 
 #include <algorithm>
-
-#include "Cryptographer.h"
+#include <chrono>
+#include <thread>
 
 namespace testsupport {
-namespace {
 
-const std::string kChallenge = "1234567z";
-const std::string kLoginPage = "<html>login page</html>";
-
-std::string queryValue(const std::string& target, const std::string& key) {
-    const std::size_t start = target.find(key + "=");
-    if (start == std::string::npos) {
-        return "";
-    }
-    const std::size_t valueStart = start + key.size() + 1;
-    return target.substr(valueStart, target.find('&', valueStart) - valueStart);
+routersim::SimulatorOptions predictableRouter(std::string password) {
+    routersim::SimulatorOptions options;
+    options.user = "admin";
+    options.password = std::move(password);
+    options.fixedChallenge = "1234567z";
+    options.fixedSessionId = kSid;
+    options.blockFailedLogins = false;
+    return options;
 }
-
-// MD5 over `challenge-password` with every byte widened to two (the byte, then zero).
-std::string widenedDigest(const std::string& password) {
-    std::string widened;
-    for (char byte : kChallenge + "-" + password) {
-        widened += {byte, '\0'};
-    }
-    return Cryptographer().md5(widened);
-}
-
-}  // namespace
 
 std::string callListBody(const std::vector<std::string>& records) {
     std::string body = "sep=;\nTyp;Datum;Name;Rufnummer;Nebenstelle;Eigene Rufnummer;Dauer\n";
@@ -42,12 +28,32 @@ std::string callListBody(const std::vector<std::string>& records) {
     return body;
 }
 
-TestRouter::TestRouter(std::string password)
-    : password(std::move(password)), m_router([this](const ReceivedRequest& request) { return answer(request); }) {
+ModelRouter::ModelRouter(routersim::SimulatorOptions options, routersim::RouterData data)
+    : m_model(std::move(data), std::move(options)),
+      m_router([this](const ReceivedRequest& request) { return answer(request); }) {
     m_router.mapAs("fritz.box", "80");
+    m_model.setOwnHost("fritz.box:80");
 }
 
-std::vector<std::string> TestRouter::targets() const {
+void ModelRouter::setCallList(std::string csv) {
+    routersim::RouterData data = m_model.data();
+    data.callListCsv = std::move(csv);
+    m_model.setData(std::move(data));
+}
+
+void ModelRouter::setPhonebookExport(std::string xml) {
+    routersim::RouterData data = m_model.data();
+    data.phonebookXml = std::move(xml);
+    m_model.setData(std::move(data));
+}
+
+void ModelRouter::setPhotos(std::map<std::string, std::string> photos) {
+    routersim::RouterData data = m_model.data();
+    data.photos = std::move(photos);
+    m_model.setData(std::move(data));
+}
+
+std::vector<std::string> ModelRouter::targets() const {
     std::vector<std::string> result;
     for (const ReceivedRequest& request : m_router.requests()) {
         result.push_back(request.target);
@@ -55,39 +61,30 @@ std::vector<std::string> TestRouter::targets() const {
     return result;
 }
 
-std::size_t TestRouter::count(const std::string& targetPrefix) const {
+std::size_t ModelRouter::count(const std::string& targetPrefix) const {
     const std::vector<std::string> all = targets();
     return std::count_if(all.begin(), all.end(), [&](const std::string& t) { return t.rfind(targetPrefix, 0) == 0; });
 }
 
-ScriptedReply TestRouter::answer(const ReceivedRequest& request) {
+ScriptedReply ModelRouter::answer(const ReceivedRequest& request) {
     ScriptedReply reply;
     if (override && override(request, reply)) {
         return reply;
     }
-    const std::string& target = request.target;
-    if (target.rfind("/login_sid.lua", 0) == 0) {
-        const bool granted =
-            target.find("logout=") == std::string::npos && queryValue(target, "response") == widenedDigest(password);
-        reply.body = "<SessionInfo><SID>" + (granted ? kSid : std::string(16, '0')) + "</SID><Challenge>" + kChallenge +
-                     "</Challenge></SessionInfo>";
-    } else if (target == "/cgi-bin/firmwarecfg") {
-        // The export form counts only with its own content type and the session in its "sid" field.
-        const bool form =
-            request.header("Content-Type") == "multipart/form-data; boundary=----WebKitFormBoundaryPhone" &&
-            request.body.find("name=\"sid\"\r\n\r\n" + kSid + "\r\n") != std::string::npos;
-        reply.body = form ? phonebookExport : kLoginPage;
-    } else if (queryValue(target, "sid") != kSid) {
-        reply.body = kLoginPage;
-    } else if (target.rfind("/fon_num/foncalls_list.lua?csv=", 0) == 0) {
-        reply.body = callList;
-    } else if (target.rfind("/lua/photo.lua?photo=", 0) == 0) {
-        const auto photo = photos.find(queryValue(target, "photo"));
-        reply.status = photo == photos.end() ? 404 : 200;
-        reply.body = photo == photos.end() ? "no such photo" : photo->second;
-    } else {
-        reply.status = 404;
+    routersim::RouterRequest modelRequest =
+        routersim::parseRequest(request.method, request.target, request.header("Content-Type"), request.body);
+    modelRequest.newConnection = request.firstOnConnection;
+    const routersim::RouterReply answer = m_model.answer(modelRequest);
+    if (answer.delayMs > 0) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(answer.delayMs));
     }
+    reply.status = answer.status;
+    reply.headers = answer.headers;
+    if (!answer.contentType.empty()) {
+        reply.headers.emplace_back("Content-Type", answer.contentType);
+    }
+    reply.body = answer.body;
+    reply.closeAfter = answer.closeConnection;
     return reply;
 }
 

@@ -4,8 +4,8 @@
 
 #pragma once
 // The module's fixture, shared by the module tests and the benchmarks: the session and connection
-// of a FritzBox, and a router's logic (login, call list, phonebook export, photos) answering
-// through the scripted loopback router.
+// of a FritzBox, and the router model answering through the scripted loopback router.
+#include <cstddef>
 #include <functional>
 #include <map>
 #include <string>
@@ -14,6 +14,7 @@
 #include "FritzBox.h"
 #include "Phonebook.h"
 #include "RouterExchange.h"
+#include "RouterModel.h"
 #include "ScriptedRouter.h"
 #include "SecureTransport.h"
 
@@ -44,17 +45,25 @@ using fritzbox_detail::kPictureDirectory;
 // A call-list body: the two header lines and the given records, each ended by "\n".
 std::string callListBody(const std::vector<std::string>& records);
 
-// A router on loopback, mapped as "fritz.box:80", that grants a session for the right digest
-// and answers the call list, the phonebook export and photos from its fields; other targets, and
-// data asked for without the session, get the login page. `override` answers first when it
-// returns true (for faults). The fields are read by the router's threads: change them only
-// between syncs.
-class TestRouter {
-public:
-    explicit TestRouter(std::string password = "geheim");
+// The router the module tests log in to: user "admin" with `password`, the challenge always
+// "1234567z", every session kSid, no login blocking.
+routersim::SimulatorOptions predictableRouter(std::string password = "geheim");
 
-    std::string password, callList, phonebookExport;
-    std::map<std::string, std::string> photos;  // router path -> bytes
+// The router model (tools/router-model) on the scripted loopback server, mapped as "fritz.box:80";
+// its data, photos and faults are the model's. `override` answers first when it returns true, for
+// what no router model sends (raw bytes, pacing, a reply to one request alone).
+class ModelRouter {
+public:
+    explicit ModelRouter(std::string password = "geheim") : ModelRouter(predictableRouter(std::move(password))) {}
+    explicit ModelRouter(routersim::SimulatorOptions options, routersim::RouterData data = {});
+
+    routersim::RouterModel& model() { return m_model; }
+    void setCallList(std::string csv);
+    void setPhonebookExport(std::string xml);
+    void setPhotos(std::map<std::string, std::string> photos);  // router path -> bytes
+    std::string callList() const { return m_model.data().callListCsv; }
+    std::string phonebookExport() const { return m_model.data().phonebookXml; }
+
     std::function<bool(const ReceivedRequest&, ScriptedReply&)> override;
 
     ScriptedRouter& scripted() { return m_router; }
@@ -65,7 +74,8 @@ public:
 private:
     ScriptedReply answer(const ReceivedRequest& request);
 
-    ScriptedRouter m_router;  // last: it stops before the fields it answers from go
+    routersim::RouterModel m_model;
+    ScriptedRouter m_router;  // last: it stops before the model it answers from goes
 };
 
 }  // namespace testsupport

@@ -46,7 +46,7 @@ bool readRequest(int fd, std::string& buffer, ReceivedRequest& request) {
     std::size_t lineEnd = buffer.find("\r\n");
     const std::size_t methodEnd = buffer.find(' ');
     const std::size_t targetEnd = buffer.rfind(' ', lineEnd);
-    request = {buffer.substr(0, methodEnd), buffer.substr(methodEnd + 1, targetEnd - methodEnd - 1), {}, {}};
+    request = {buffer.substr(0, methodEnd), buffer.substr(methodEnd + 1, targetEnd - methodEnd - 1), {}, {}, false};
     for (std::size_t start = lineEnd + 2; start < headEnd + 2; start = lineEnd + 2) {
         lineEnd = buffer.find("\r\n", start);
         const std::size_t colon = buffer.find(':', start);
@@ -166,7 +166,9 @@ void ScriptedRouter::acceptConnections() {
 
 void ScriptedRouter::serve(std::size_t connection, int fd) {
     ReceivedRequest request;
-    for (std::string buffer; readRequest(fd, buffer, request);) {
+    std::size_t served = 0;
+    for (std::string buffer; readRequest(fd, buffer, request); ++served) {
+        request.firstOnConnection = served == 0;
         const ScriptedReply reply = replyFor(request);
         if (!sendReply(fd, reply) || reply.closeAfter) {
             const linger abort{reply.resetAfter ? 1 : 0, 0};  // lingering for 0 s makes close() reset

@@ -37,6 +37,7 @@ struct ReceivedRequest {
     std::string method, target;
     HeaderList headers;
     std::string body;
+    bool firstOnConnection = false;  // no request came on its connection before
 
     // The first header called `name` (compared without case); empty when there is none.
     std::string header(const std::string& name) const;
