@@ -22,4 +22,18 @@ inline benchmark::Counter timePerItem(std::size_t items) {
                               benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
 }
 
+// Exports from a small phonebook up to one larger than any household's.
+inline void phonebookSizes(benchmark::internal::Benchmark* benchmark) {
+    for (const int contacts : {100, 1000, 5000, 20000}) {
+        benchmark->Arg(contacts);
+    }
+    benchmark->Unit(benchmark::kMillisecond);
+}
+
+// Time per contact and the export's size, next to the time per sync or download.
+inline void reportPerContact(benchmark::State& state, std::size_t contacts, std::size_t exportBytes) {
+    state.counters["per_contact"] = timePerItem(contacts);
+    state.counters["export_bytes"] = static_cast<double>(exportBytes);
+}
+
 }  // namespace benchcounters

@@ -7,7 +7,7 @@
 #include <cstdio>
 #include <vector>
 
-#include "ModuleFixture.h"
+#include "ModelRouter.h"
 
 namespace benchdata {
 namespace {

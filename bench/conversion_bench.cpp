@@ -69,7 +69,7 @@ void BM_PhonebookRecord(benchmark::State& state) {
     for (auto _ : state) {
         std::string record = records[handled % records.size()];
         const ContactReading contact = readContact(record);
-        directory.append(directoryEntry(contact.name, contact.number));
+        appendDirectoryEntry(directory, contact.name, contact.number);
         if (++handled % kDirectoryContacts == 0) {
             directory.clear();
         }

@@ -2,9 +2,9 @@
 //
 // SPDX-License-Identifier: MIT
 
-// Fetches through sync() against the module tests' loopback router (in this process, on its own
-// threads): the call list, and phonebook exports of growing size, with and without the
-// conversion, so that the conversion's share and its growth with the export's size show.
+// The phonebook export's download alone, through the module's own exchange against the router
+// model on loopback (in this process, on its own threads), without digest and conversion: the
+// network's share of a directory sync (sync_bench.cpp), also with chunked transfer coding.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -21,91 +21,12 @@
 namespace {
 
 using Broadsoft::Filters::CallLogs;
-using Broadsoft::Filters::Personal;
 using testsupport::ReceivedRequest;
 using testsupport::ScriptedReply;
-
-// Exports from a small phonebook up to one larger than any household's.
-void phonebookSizes(benchmark::internal::Benchmark* benchmark) {
-    for (const int contacts : {100, 1000, 5000, 20000}) {
-        benchmark->Arg(contacts);
-    }
-    benchmark->Unit(benchmark::kMillisecond);
-}
 
 // The export form's content type, which the router checks like a real one.
 const std::multimap<std::string, std::string> kExportFormHeaders{
     {"Content-Type", "multipart/form-data; boundary=----WebKitFormBoundaryPhone"}};
-
-// Logs `box` in with one first sync of `filter`, so that the timed syncs all run on the kept
-// session and connection.
-bool logInWithFirstSync(FritzBox& box, Broadsoft::Filters::FilterTypes filter) {
-    std::string token;
-    return box.sync(filter, token);
-}
-
-// Requests and TCP connections per iteration since the last resetTransportStats().
-void reportTransport(benchmark::State& state) {
-    const linux_platform::TransportStats stats = linux_platform::transportStats();
-    state.counters["requests"] = benchcounters::perIteration(stats.requestsSent);
-    state.counters["connections"] = benchcounters::perIteration(stats.connectionsOpened);
-}
-
-// Time per contact and the export's size, next to the time per sync.
-void reportPerContact(benchmark::State& state, std::size_t contacts, std::size_t exportBytes) {
-    state.counters["per_contact"] = benchcounters::timePerItem(contacts);
-    state.counters["export_bytes"] = static_cast<double>(exportBytes);
-}
-
-// Times syncs of `filter` on the kept session of `box` and reports requests and connections per
-// sync. The change token is dropped each time, so that every sync converts; with the token
-// kept, unchanged data costs only the request and the digest.
-void timeSyncs(benchmark::State& state, FritzBox& box, Broadsoft::Filters::FilterTypes filter) {
-    if (!logInWithFirstSync(box, filter)) {
-        state.SkipWithError("login or first sync failed");
-        return;
-    }
-    linux_platform::resetTransportStats();
-    for (auto _ : state) {
-        std::string token;
-        if (!box.sync(filter, token)) {
-            state.SkipWithError("sync failed");
-            break;
-        }
-    }
-    reportTransport(state);
-}
-
-// A whole call-list sync: one request, the digest, the cut into lines and the conversion of the
-// first 50 records.
-void BM_CallListSync(benchmark::State& state) {
-    benchhost::prepare(linux_platform::PhoneModel::Other);
-    testsupport::ModelRouter router(benchdata::kPassword);
-    router.setCallList(benchdata::callListCsv(static_cast<std::size_t>(state.range(0))));
-    FritzBox box("admin", benchdata::kPassword);
-    timeSyncs(state, box, CallLogs);
-    state.counters["csv_bytes"] = static_cast<double>(router.callList().size());
-}
-BENCHMARK(BM_CallListSync)->Arg(60)->Arg(400)->Unit(benchmark::kMicrosecond);
-
-// Whole directory syncs against an export of `contacts` contacts: the download, its digest and
-// the conversion of every contact, and on a phone model that shows photos the photo fetches.
-void runPhonebookSyncs(benchmark::State& state, linux_platform::PhoneModel model, std::size_t contacts) {
-    benchhost::prepare(model);
-    testsupport::ModelRouter router(benchdata::kPassword);
-    router.setPhonebookExport(benchdata::phonebookExport(contacts));
-    router.setPhotos(benchdata::photos());
-    FritzBox box("admin", benchdata::kPassword);
-    timeSyncs(state, box, Personal);
-    reportPerContact(state, contacts, router.phonebookExport().size());
-    state.counters["entries"] = static_cast<double>(benchdata::entryCount(box.getData(Personal)));
-}
-
-// Without photos (phone model Other): the growth of the conversion with the export's size.
-void BM_PhonebookSync(benchmark::State& state) {
-    runPhonebookSyncs(state, linux_platform::PhoneModel::Other, static_cast<std::size_t>(state.range(0)));
-}
-BENCHMARK(BM_PhonebookSync)->Apply(phonebookSizes);
 
 // A whole response carrying `body` in chunks of `chunkSize` bytes (chunked transfer coding).
 std::string chunkedResponse(const std::string& body, std::size_t chunkSize) {
@@ -137,7 +58,11 @@ public:
     }
 
     std::size_t exportBytes() const { return m_router.phonebookExport().size(); }
-    bool logIn() { return logInWithFirstSync(m_box, CallLogs); }
+    // Logs in with one call-list sync, so that the downloads run on its session and connection.
+    bool logIn() {
+        std::string token;
+        return m_box.sync(CallLogs, token);
+    }
     // One download; false unless the whole export arrived.
     bool download() {
         const fritzbox_detail::RouterReply exchange = m_access.routerRequests().post(
@@ -164,14 +89,14 @@ void runDownloads(benchmark::State& state, std::size_t contacts, std::size_t chu
             break;
         }
     }
-    reportPerContact(state, contacts, download.exportBytes());
+    benchcounters::reportPerContact(state, contacts, download.exportBytes());
 }
 
 // The network's share of BM_PhonebookSync: the same export, sent with a Content-Length.
 void BM_PhonebookDownload(benchmark::State& state) {
     runDownloads(state, static_cast<std::size_t>(state.range(0)), 0);
 }
-BENCHMARK(BM_PhonebookDownload)->Apply(phonebookSizes);
+BENCHMARK(BM_PhonebookDownload)->Apply(benchcounters::phonebookSizes);
 
 // A 5,000-contact export in chunks of the given size (chunked transfer coding), as a web server
 // that writes its output piece by piece frames it. The router sends the whole response at once,
@@ -181,12 +106,5 @@ void BM_ChunkedExportDownload(benchmark::State& state) {
     state.counters["chunk_bytes"] = static_cast<double>(state.range(0));
 }
 BENCHMARK(BM_ChunkedExportDownload)->Arg(16384)->Arg(1024)->Arg(64)->Unit(benchmark::kMillisecond);
-
-// On a phone that shows photos (Tern): every fourth contact names one of eight photos, and each
-// such contact costs a photo request and a file write, on every sync.
-void BM_PhonebookSyncWithPhotos(benchmark::State& state) {
-    runPhonebookSyncs(state, linux_platform::PhoneModel::Tern, static_cast<std::size_t>(state.range(0)));
-}
-BENCHMARK(BM_PhonebookSyncWithPhotos)->Arg(1000)->Unit(benchmark::kMillisecond);
 
 }  // namespace

@@ -17,8 +17,9 @@
 
 #include "BenchData.h"
 #include "BenchHost.h"
+#include "FritzBox.h"
 #include "LinuxPlatform.h"
-#include "ModuleFixture.h"
+#include "ModelRouter.h"
 
 namespace {
 

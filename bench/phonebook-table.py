@@ -5,9 +5,8 @@
 # SPDX-License-Identifier: MIT
 
 """Markdown table of the phonebook sync's growth with the export's size, from the JSON output of
-fritzbox_bench_fetch run with repetitions: the medians of BM_PhonebookSync (download, digest and
-conversion) per contact and per sync for each build, and of BM_PhonebookDownload (the download
-alone) for the last one.
+fritzbox_bench_sync run with repetitions: the medians of BM_PhonebookSync (download, digest and
+conversion) per contact and per sync for each build.
 
     phonebook-table.py LABEL=RESULTS.json...
 """
@@ -42,10 +41,6 @@ def sync_columns(found, contacts):
     ]
 
 
-def download_column(found, contacts):
-    return f"{milliseconds(found[('BM_PhonebookDownload', contacts)], 'cpu_time'):.1f} ms"
-
-
 def main(arguments):
     if not arguments or not all("=" in argument for argument in arguments):
         sys.exit(__doc__)
@@ -53,12 +48,10 @@ def main(arguments):
     sizes = sorted(contacts for benchmark, contacts in builds[0][1] if benchmark == "BM_PhonebookSync")
     names = ["per contact (CPU)", "per sync (CPU)", "per sync (wall)"]
     header = ["contacts"] + [f"{label}: {name}" for label, _ in builds for name in names]
-    header.append(f"{builds[-1][0]}: download alone (CPU)")
     print("| " + " | ".join(header) + " |")
     print("|" + "---|" * len(header))
     for contacts in sizes:
         columns = [f"{contacts:,}"] + [column for _, found in builds for column in sync_columns(found, contacts)]
-        columns.append(download_column(builds[-1][1], contacts))
         print("| " + " | ".join(columns) + " |")
 
 

@@ -10,8 +10,8 @@
 # of a 20,000-contact directory sync; the module library's stripped sizes, native and 32-bit ARM.
 #   bench/run-benchmarks.sh BUILD_DIR ARM_MODULE_BUILD_DIR
 # BENCH_REPETITIONS (default 5) sets the repetitions. BENCH_BASELINE="<commit>..." adds the
-# phonebook curves of those commits next to this tree's (bench/compare-phonebook.sh). The runs'
-# JSON goes to BUILD_DIR/bench-results/.
+# directory sync's curves of those commits' libraries next to this tree's
+# (bench/compare-phonebook.sh). The runs' JSON goes to BUILD_DIR/bench-results/.
 set -euo pipefail
 
 if [[ $# -ne 2 ]]; then
@@ -31,7 +31,7 @@ mkdir -p "$results"
 echo "== machine: $(nproc) cores, $(grep -m1 'model name' /proc/cpuinfo | cut -d: -f2 | sed 's/^ //')," \
     "$(free -h | awk '/^Mem:/ { print $2 }') memory, load average $(cut -d' ' -f1-3 /proc/loadavg)"
 
-for program in conversion fetch router_sim; do
+for program in conversion sync fetch router_sim; do
     binary="$build_dir/bin/fritzbox_bench_$program"
     if [[ ! -x "$binary" ]]; then
         echo "== $program: not built (the router simulator needs FRITZBOX_BUILD_TOOLS=ON)" >&2

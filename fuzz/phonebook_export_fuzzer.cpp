@@ -21,14 +21,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         if (contact.fault != ContactFault::None) {
             return;
         }
-        std::string name = contact.name;
-        if (contact.hasPicture) {
-            const PictureTarget picture = pictureTarget(contact.pictureLocation);
+        std::string name = contact.name, location;
+        if (readPictureLocation(record, location)) {
+            const PictureTarget picture = pictureTarget(location);
             FUZZ_CHECK(picture.fileName.find('/') == std::string::npos);
             name = nameWithPicture(name, picturePath(picture.fileName));
         }
         // One name and one number, neither holding a "<".
-        const std::string entry = directoryEntry(name, contact.number);
+        std::string entry;
+        appendDirectoryEntry(entry, name, contact.number);
         FUZZ_CHECK(std::count(entry.begin(), entry.end(), '<') == 6);
     });
     // The module cuts contacts and their numbers with the single-pass walk.

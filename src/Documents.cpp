@@ -14,12 +14,10 @@ const char* const kXsiNamespace = "http://schema.broadsoft.com/xsi";
 const char* const kXmlDeclaration = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
 const std::size_t kCallTimeLength = 19;
 
-// `text` between the start and the end tag of `element`. Appended to one string rather than
-// summed: no temporaries, which keeps these helpers small in the phone's library.
-std::string element(const char* name, const std::string& text) {
-    std::string result("<");
-    result.append(name).append(">").append(text).append("</").append(name).append(">");
-    return result;
+// Appends `text` between the start and the end tag of `name` to `out`, so that an entry is built
+// in place, in the string it ends up in, with no temporary per element.
+void appendElement(std::string& out, const char* name, const std::string& text) {
+    out.append("<").append(name).append(">").append(text).append("</").append(name).append(">");
 }
 
 std::string documentStart(const char* root) {
@@ -32,28 +30,38 @@ std::string documentStart(const char* root) {
 
 std::string callLogsEntry(const std::string& number, const std::string& name, const std::string& time,
                           const std::string& callLogId) {
-    return element("callLogsEntry", element("phoneNumber", number) + element("name", name) +
-                                        element("time", time.substr(0, kCallTimeLength)) +
-                                        element("callLogId", callLogId));
+    std::string entry("<callLogsEntry>");
+    appendElement(entry, "phoneNumber", number);
+    appendElement(entry, "name", name);
+    appendElement(entry, "time", time.substr(0, kCallTimeLength));
+    appendElement(entry, "callLogId", callLogId);
+    return entry.append("</callLogsEntry>");
 }
 
 std::string callLogsDocument(const std::string& placed, const std::string& received, const std::string& missed) {
-    return documentStart("CallLogs") + element("placed", placed) + element("received", received) +
-           element("missed", missed) + "</CallLogs>";
+    std::string document = documentStart("CallLogs");
+    appendElement(document, "placed", placed);
+    appendElement(document, "received", received);
+    appendElement(document, "missed", missed);
+    return document.append("</CallLogs>");
 }
 
 std::string nameWithPicture(const std::string& name, const std::string& picturePath) {
     return name + "@@@" + picturePath;
 }
 
-std::string directoryEntry(const std::string& name, const std::string& number) {
-    return element("entry", element("name", name) + element("number", number));
+// Runs once per contact: the tags are joined into as few appends as the values allow.
+void appendDirectoryEntry(std::string& entries, const std::string& name, const std::string& number) {
+    entries.append("<entry><name>").append(name).append("</name><number>").append(number).append("</number></entry>");
 }
 
 std::string personalDocument(std::int32_t entryCount, const std::string& entries) {
     const std::string count = ClientUtils::itos(entryCount);
-    return documentStart("Personal") + element("numberOfRecords", count) + element("totalAvailableRecords", count) +
-           entries + "</Personal>";
+    std::string document = documentStart("Personal");
+    document.reserve(document.size() + entries.size() + 128);  // the counts and the end tag
+    appendElement(document, "numberOfRecords", count);
+    appendElement(document, "totalAvailableRecords", count);
+    return document.append(entries).append("</Personal>");
 }
 
 }  // namespace fritzbox_detail

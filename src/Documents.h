@@ -18,7 +18,8 @@ std::string callLogsDocument(const std::string& placed, const std::string& recei
 
 // A directory name with its stored picture attached, as the phone's directory reads it.
 std::string nameWithPicture(const std::string& name, const std::string& picturePath);
-std::string directoryEntry(const std::string& name, const std::string& number);
+// Appends one directory entry to `entries`, the entry elements of a Personal document.
+void appendDirectoryEntry(std::string& entries, const std::string& name, const std::string& number);
 // The Personal document: the directory is always delivered whole, so both counts are `entryCount`.
 std::string personalDocument(std::int32_t entryCount, const std::string& entries);
 

@@ -317,11 +317,12 @@ void FritzBox::handleSinglePhonebookRecord(std::string& record) {
         case ContactFault::None:
             break;
     }
-    std::string imageFile;
-    if (showsPictures() && contact.hasPicture && retrieveContactImage(contact.pictureLocation, imageFile)) {
+    std::string pictureLocation, imageFile;
+    if (showsPictures() && readPictureLocation(record, pictureLocation) &&
+        retrieveContactImage(pictureLocation, imageFile)) {
         contact.name = nameWithPicture(contact.name, imageFile);
     }
-    m_phonebookXml.append(directoryEntry(contact.name, contact.number));
+    appendDirectoryEntry(m_phonebookXml, contact.name, contact.number);
     ++m_phoneBookSize;
 }
 

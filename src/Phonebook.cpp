@@ -84,24 +84,25 @@ void forEachContact(const std::string& exportBody, ContactVisitor visit) {
     });
 }
 
+// The name and the number are read straight into the reading: a contact costs no copies of them.
 ContactReading readContact(std::string& record) {
-    std::string name;
-    if (!elementText(record, kRealNameBegin, kRealNameEnd, name)) {
+    ContactReading reading;
+    if (!elementText(record, kRealNameBegin, kRealNameEnd, reading.name)) {
         return fault(ContactFault::NameMissing, record);
     }
     std::string telephony;
     if (!ClientUtils::getStringBetweenKeywords(record, telephony, kTelephonyBegin, kTelephonyEnd)) {
         return fault(ContactFault::NumbersMissing, record);
     }
-    const std::string number = firstMarkedNumber(telephony);
-    if (number.empty() || number.find('@') != std::string::npos) {
-        return fault(ContactFault::NoValidNumber, number);
+    reading.number = firstMarkedNumber(telephony);
+    if (reading.number.empty() || reading.number.find('@') != std::string::npos) {
+        return fault(ContactFault::NoValidNumber, reading.number);
     }
-    ContactReading reading;
-    reading.name = name;
-    reading.number = number;
-    reading.hasPicture = elementText(record, kImageUrlBegin, kImageUrlEnd, reading.pictureLocation);
     return reading;
+}
+
+bool readPictureLocation(std::string& record, std::string& location) {
+    return elementText(record, kImageUrlBegin, kImageUrlEnd, location);
 }
 
 PictureTarget pictureTarget(std::string location) {

@@ -35,13 +35,15 @@ struct ContactReading {
     // For NameMissing and NumbersMissing the record as it stood then, for NoValidNumber the
     // number found (empty when none).
     std::string shown;
-    std::string name, number;  // copied as the export wrote them
-    bool hasPicture = false;
-    std::string pictureLocation;  // the imageURL text, when hasPicture
+    std::string name, number;  // as the export wrote them
 };
-// Reads one contact record; it is consumed as it is read (each extraction removes what it found),
-// so the picture location is looked for after the number block, as the router's order has it.
+// Reads one contact record's name and number; the record is consumed as it is read (each
+// extraction removes what it found).
 ContactReading readContact(std::string& record);
+// The picture location (the imageURL text) in what readContact left of the record: looked for
+// after the number block, as the router's order has it, and only on the phone models that show
+// pictures, so that the other models never search a record for it.
+bool readPictureLocation(std::string& record, std::string& location);
 
 // A picture location as fetched and stored: without "file://", and the bare file name after its
 // last "/", so that no location can name a file outside the picture directory.

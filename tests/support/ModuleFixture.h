@@ -4,18 +4,13 @@
 
 #pragma once
 // The module's fixture, shared by the module tests and the benchmarks: the session and connection
-// of a FritzBox, and the router model answering through the scripted loopback router.
-#include <cstddef>
-#include <functional>
-#include <map>
+// of a FritzBox, and the router they talk to.
 #include <string>
-#include <vector>
 
 #include "FritzBox.h"
+#include "ModelRouter.h"
 #include "Phonebook.h"
 #include "RouterExchange.h"
-#include "RouterModel.h"
-#include "ScriptedRouter.h"
 #include "SecureTransport.h"
 
 // The session and the kept connection of a FritzBox, which no reply of the module shows.
@@ -39,43 +34,6 @@ private:
 
 namespace testsupport {
 
-const std::string kSid = "0123456789abcdef";
 using fritzbox_detail::kPictureDirectory;
-
-// A call-list body: the two header lines and the given records, each ended by "\n".
-std::string callListBody(const std::vector<std::string>& records);
-
-// The router the module tests log in to: user "admin" with `password`, the challenge always
-// "1234567z", every session kSid, no login blocking.
-routersim::SimulatorOptions predictableRouter(std::string password = "geheim");
-
-// The router model (tools/router-model) on the scripted loopback server, mapped as "fritz.box:80";
-// its data, photos and faults are the model's. `override` answers first when it returns true, for
-// what no router model sends (raw bytes, pacing, a reply to one request alone).
-class ModelRouter {
-public:
-    explicit ModelRouter(std::string password = "geheim") : ModelRouter(predictableRouter(std::move(password))) {}
-    explicit ModelRouter(routersim::SimulatorOptions options, routersim::RouterData data = {});
-
-    routersim::RouterModel& model() { return m_model; }
-    void setCallList(std::string csv);
-    void setPhonebookExport(std::string xml);
-    void setPhotos(std::map<std::string, std::string> photos);  // router path -> bytes
-    std::string callList() const { return m_model.data().callListCsv; }
-    std::string phonebookExport() const { return m_model.data().phonebookXml; }
-
-    std::function<bool(const ReceivedRequest&, ScriptedReply&)> override;
-
-    ScriptedRouter& scripted() { return m_router; }
-    std::vector<ReceivedRequest> requests() const { return m_router.requests(); }
-    std::vector<std::string> targets() const;
-    std::size_t count(const std::string& targetPrefix) const;
-
-private:
-    ScriptedReply answer(const ReceivedRequest& request);
-
-    routersim::RouterModel m_model;
-    ScriptedRouter m_router;  // last: it stops before the model it answers from goes
-};
 
 }  // namespace testsupport

@@ -2,13 +2,21 @@
 //
 // SPDX-License-Identifier: MIT
 
-#include "ModuleFixture.h"
+#include "ModelRouter.h"
 
 #include <algorithm>
 #include <chrono>
 #include <thread>
 
 namespace testsupport {
+
+std::string callListBody(const std::vector<std::string>& records) {
+    std::string body = "sep=;\nTyp;Datum;Name;Rufnummer;Nebenstelle;Eigene Rufnummer;Dauer\n";
+    for (const std::string& record : records) {
+        body += record + "\n";
+    }
+    return body;
+}
 
 routersim::SimulatorOptions predictableRouter(std::string password) {
     routersim::SimulatorOptions options;
@@ -18,14 +26,6 @@ routersim::SimulatorOptions predictableRouter(std::string password) {
     options.fixedSessionId = kSid;
     options.blockFailedLogins = false;
     return options;
-}
-
-std::string callListBody(const std::vector<std::string>& records) {
-    std::string body = "sep=;\nTyp;Datum;Name;Rufnummer;Nebenstelle;Eigene Rufnummer;Dauer\n";
-    for (const std::string& record : records) {
-        body += record + "\n";
-    }
-    return body;
 }
 
 ModelRouter::ModelRouter(routersim::SimulatorOptions options, routersim::RouterData data)
