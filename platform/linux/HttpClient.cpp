@@ -126,6 +126,14 @@ public:
 
     ~HttpClientState() { abandonExchange(); }
 
+    // Where a request on `connection` goes: the destination set, else the peer it was opened to.
+    const std::string& hostFor(const SecureConnection& connection) const {
+        return destinationHost.empty() ? connection.host() : destinationHost;
+    }
+    const std::string& portFor(const SecureConnection& connection) const {
+        return destinationHost.empty() ? connection.port() : destinationPort;
+    }
+
     int send(SecureConnection& connection, const OutgoingRequest& request, const char* body, int timeoutSeconds);
     int readResponse(SecureConnection* connection, std::string& out, int maxLength,
                      HttpClientIfc::eStatusCode& statusCode, int& totalLength, HttpClientIfc::HeaderMap& headers);
@@ -178,8 +186,8 @@ int HttpClientState::send(SecureConnection& connection, const OutgoingRequest& r
     }
     linux_platform::detail::noteRequest(request.target);
     m_connection = &connection;
-    m_host = destinationHost.empty() ? stream().host() : destinationHost;
-    m_port = destinationHost.empty() ? stream().port() : destinationPort;
+    m_host = hostFor(connection);
+    m_port = portFor(connection);
     m_request = head;
     m_request.append(body != nullptr ? body : "", request.bodyLength);
     m_method = request.method;
@@ -338,8 +346,8 @@ int HttpClient::sendRequest(SecureConnection* connection, HTTPMETHOD method, int
     if (connection == nullptr) {
         return FAILURE;
     }
-    const std::string& host = m_state->destinationHost.empty() ? connection->host() : m_state->destinationHost;
-    const std::string& port = m_state->destinationHost.empty() ? connection->port() : m_state->destinationPort;
+    const std::string& host = m_state->hostFor(*connection);
+    const std::string& port = m_state->portFor(*connection);
     const std::size_t sentBodyLength = body != nullptr ? bodyLength : 0;
     const OutgoingRequest request{method,
                                   path != nullptr && path[0] != '\0' ? path : "/",

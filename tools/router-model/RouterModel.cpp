@@ -29,24 +29,27 @@ std::string withFetchCounter(std::string body, bool callList, std::size_t serial
     return body;
 }
 
-RouterReply statusReply(int status) {
+RouterReply contentReply(const char* contentType, std::string body) {
     RouterReply reply;
+    reply.contentType = contentType;
+    reply.body = std::move(body);
+    return reply;
+}
+
+RouterReply statusReply(int status) {
+    RouterReply reply = contentReply(kHtml, "<html><body>" + std::to_string(status) + "</body></html>\n");
     reply.status = status;
     // A router sends a client it will not serve back to its start page, the login.
     if (status >= 300 && status < 400) {
         reply.headers.emplace_back("Location", "/");
     }
-    reply.contentType = kHtml;
-    reply.body = "<html><body>" + std::to_string(status) + "</body></html>\n";
     return reply;
 }
 
 RouterReply redirectReply(const std::string& location) {
-    RouterReply reply;
+    RouterReply reply = contentReply(kHtml, "<html><body><a href=\"" + location + "\">moved</a></body></html>\n");
     reply.status = 302;
     reply.headers.emplace_back("Location", location);
-    reply.contentType = kHtml;
-    reply.body = "<html><body><a href=\"" + location + "\">moved</a></body></html>\n";
     return reply;
 }
 
@@ -129,10 +132,7 @@ RouterReply RouterModel::login(const RouterRequest& request, Clock::time_point n
     info.challenge = m_auth.issueChallenge();
     info.blockSeconds = m_auth.remainingBlockSeconds(now);
     info.user = m_auth.user();
-    RouterReply reply;
-    reply.contentType = "text/xml; charset=utf-8";
-    reply.body = sessionInfoXml(info);
-    return reply;
+    return contentReply("text/xml; charset=utf-8", sessionInfoXml(info));
 }
 
 std::string RouterModel::sessionAfterLoginRequest(const RouterRequest& request, Clock::time_point now) {
@@ -158,10 +158,7 @@ RouterReply RouterModel::callList(const RouterRequest& request, Clock::time_poin
     if (!request.hasParam("csv")) {
         return notFound();
     }
-    RouterReply reply;
-    reply.contentType = "text/csv; charset=ISO-8859-1";
-    reply.body = takeDataForServing(DataPage::CallList);
-    return reply;
+    return contentReply("text/csv; charset=ISO-8859-1", takeDataForServing(DataPage::CallList));
 }
 
 // The phonebook export is a multipart form; the simulated router has one phonebook, id 0.
@@ -178,10 +175,7 @@ RouterReply RouterModel::phonebookExport(const RouterRequest& request, Clock::ti
     if (request.part("PhonebookId") != "0") {
         return notFound();
     }
-    RouterReply reply;
-    reply.contentType = "text/xml";
-    reply.body = takeDataForServing(DataPage::Export);
-    return reply;
+    return contentReply("text/xml", takeDataForServing(DataPage::Export));
 }
 
 // The photo's bytes (none with the emptyPhotos fault); 404 for a photo the router lacks.
@@ -194,17 +188,11 @@ RouterReply RouterModel::photo(const RouterRequest& request, Clock::time_point n
         return notFound();
     }
     ++m_stats.photoFetches;
-    RouterReply reply;
-    reply.contentType = "image/jpeg";
-    reply.body = m_faults.emptyPhotos ? std::string() : photo->second;
-    return reply;
+    return contentReply("image/jpeg", m_faults.emptyPhotos ? std::string() : photo->second);
 }
 
 RouterReply RouterModel::loginPage() const {
-    RouterReply reply;
-    reply.contentType = kHtml;
-    reply.body = loginPageHtml(m_auth.user());
-    return reply;
+    return contentReply(kHtml, loginPageHtml(m_auth.user()));
 }
 
 // The answer to a data request the router does not serve: the forced status, or the login page
