@@ -10,6 +10,8 @@
 
 namespace conformance {
 
+using routersim::md5Hex;
+
 namespace {
 
 std::string platformMd5(const std::string& data) {

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "HttpClient.h"
-#include "RouterModel.h"
+#include "KitRouter.h"
 #include "SecureTransport.h"
 
 namespace conformance {

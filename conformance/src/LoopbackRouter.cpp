@@ -85,8 +85,8 @@ struct Connection {
 
 class RouterProcess {
 public:
-    RouterProcess(std::vector<std::pair<int, std::string>> listeners, RouterModel model, int commands, int answers)
-        : m_listeners(std::move(listeners)), m_model(std::move(model)), m_commands(commands), m_answers(answers) {}
+    RouterProcess(std::vector<std::pair<int, std::string>> listeners, RouterScript script, int commands, int answers)
+        : m_listeners(std::move(listeners)), m_model(std::move(script)), m_commands(commands), m_answers(answers) {}
 
     [[noreturn]] void serve() {
         for (;;) {
@@ -213,7 +213,7 @@ private:
     }
 
     std::vector<std::pair<int, std::string>> m_listeners;
-    RouterModel m_model;
+    KitRouter m_model;
     int m_commands, m_answers;
     std::vector<Connection> m_connections;
     int m_accepted = 0;
@@ -309,7 +309,7 @@ LoopbackRouter::LoopbackRouter(const Context& context, RouterScript script) {
         closeVerdictChannel();
         ::close(commands[1]);
         ::close(answers[0]);
-        RouterProcess(listeners, RouterModel(std::move(script)), commands[0], answers[1]).serve();
+        RouterProcess(listeners, std::move(script), commands[0], answers[1]).serve();
     }
     for (const auto& listener : listeners) {
         ::close(listener.first);

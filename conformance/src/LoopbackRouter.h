@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "Kit.h"
-#include "RouterModel.h"
+#include "KitRouter.h"
 
 namespace conformance {
 

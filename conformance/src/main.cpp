@@ -23,6 +23,7 @@
 #include "Runner.h"
 
 using namespace conformance;
+using routersim::selfTestMd5;
 
 namespace {
 

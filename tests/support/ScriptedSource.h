@@ -24,19 +24,15 @@ public:
             m_pieceEnds.push_back(m_bytes.size());
         }
     }
-    // `bytes` in pieces of `pieceSize` (the last one shorter).
+    // `bytes` in pieces of `pieceSize` (the last one shorter), cut as they are received.
     ScriptedSource(std::string bytes, std::size_t pieceSize, ReceiveResult ending)
-        : m_bytes(std::move(bytes)), m_ending(ending) {
-        for (std::size_t end = pieceSize; end < m_bytes.size() + pieceSize; end += pieceSize) {
-            m_pieceEnds.push_back(std::min(end, m_bytes.size()));
-        }
-    }
+        : m_bytes(std::move(bytes)), m_pieceSize(std::max<std::size_t>(pieceSize, 1)), m_ending(ending) {}
 
     // A receive never brings zero bytes: empty pieces are passed over.
     ReceiveResult receiveMore() override {
-        while (m_next < m_pieceEnds.size()) {
+        while (!drainedSource()) {
             const std::size_t begin = m_delivered;
-            m_delivered = m_pieceEnds[m_next++];
+            m_delivered = nextPieceEnd();
             if (m_delivered > begin) {
                 append(m_bytes.data() + begin, m_delivered - begin);
                 return ReceiveResult::Data;
@@ -45,11 +41,19 @@ public:
         return m_ending;
     }
     // True when every piece was received and taken.
-    bool drained() const { return m_next == m_pieceEnds.size() && unread().empty(); }
+    bool drained() const { return drainedSource() && unread().empty(); }
 
 private:
+    bool drainedSource() const {
+        return m_pieceSize > 0 ? m_delivered == m_bytes.size() : m_next == m_pieceEnds.size();
+    }
+    std::size_t nextPieceEnd() {
+        return m_pieceSize > 0 ? std::min(m_delivered + m_pieceSize, m_bytes.size()) : m_pieceEnds[m_next++];
+    }
+
     std::string m_bytes;                   // every piece, one after the other
-    std::vector<std::size_t> m_pieceEnds;  // where each piece ends in m_bytes
+    std::vector<std::size_t> m_pieceEnds;  // where each piece ends in m_bytes, when given as pieces
+    std::size_t m_pieceSize = 0;           // else: the size of every piece
     std::size_t m_next = 0;
     std::size_t m_delivered = 0;
     ReceiveResult m_ending;

@@ -4,33 +4,16 @@
 
 // The login response a client must send for a challenge, in the phone module's form and in the
 // real router's form. Both hash 16-bit little-endian code units; they differ in how the text
-// becomes code units and in the "<challenge>-" prefix of the router's form.
-#include <nettle/md5.h>
-
+// becomes code units and in the "<challenge>-" prefix of the router's form. The digest is the
+// model's own MD5 (Md5.h), never the platform's: the router checks the module's login, so it must
+// not share the code that computes it.
 #include <cstdint>
 
 #include "LoginForm.h"
+#include "Md5.h"
 
 namespace routersim {
 namespace {
-
-// Written out here rather than through the platform's Cryptographer: the simulator checks the
-// module's login, so it must not share the code that computes it.
-std::string md5Hex(const std::string& bytes) {
-    md5_ctx context;
-    md5_init(&context);
-    md5_update(&context, bytes.size(), reinterpret_cast<const std::uint8_t*>(bytes.data()));
-    std::uint8_t digest[MD5_DIGEST_SIZE];
-    md5_digest(&context, sizeof digest, digest);
-
-    static const char kHexDigits[] = "0123456789abcdef";
-    std::string hex;
-    for (std::uint8_t byte : digest) {
-        hex += kHexDigits[byte >> 4];
-        hex += kHexDigits[byte & 0x0f];
-    }
-    return hex;
-}
 
 // Each byte followed by a zero byte: the UTF-16LE form of text whose characters are all below 256.
 std::string widenEachByte(const std::string& bytes) {

@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <cstring>
 
-namespace conformance {
+namespace routersim {
 
 namespace {
 
@@ -119,4 +119,4 @@ std::string selfTestMd5() {
     return "";
 }
 
-}  // namespace conformance
+}  // namespace routersim

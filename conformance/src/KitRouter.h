@@ -5,14 +5,17 @@
 #pragma once
 // The kit's router, without any transport: a request goes in, the reply comes out. It answers
 // the requests of a FritzBox's web interface that the module makes (login, call list, phonebook
-// export, photos) from a script that each check sets up, and it plays the scripted raw replies of
-// the HTTP checks. LoopbackRouter serves it on loopback TCP.
+// export, photos) through the project's router model (tools/router-model, shipped with the kit),
+// set up from a script that each check writes, with the script's faults in front; and it plays
+// the scripted raw replies of the HTTP checks. LoopbackRouter serves it on loopback TCP.
 #include <cstddef>
 #include <deque>
 #include <map>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include "RouterModel.h"
 
 namespace conformance {
 
@@ -70,31 +73,23 @@ struct RouterScript {
     std::string exportXml{};
     std::vector<std::size_t> exportChunks{};
     std::string exportRedirectHost{};             // set: an export reaching fritz.box is redirected there
-    std::map<std::string, std::string> photos{};  // location as the export names it, without file:// -> bytes
+    std::map<std::string, std::string> photos{};  // router path as the photo request names it, decoded -> bytes
     std::deque<HttpReply> replies{};              // answered in order, before anything above
 };
 
 // A script that answers with `replies`, in order.
 RouterScript replying(std::deque<HttpReply> replies = {});
 
-class RouterModel {
+class KitRouter {
 public:
-    explicit RouterModel(RouterScript script) : m_script(std::move(script)) {}
+    explicit KitRouter(RouterScript script);
     // The reply to `request`, which reached the router's listener for `host`.
     HttpReply answer(const HttpRequest& request, const std::string& host);
 
 private:
-    HttpReply login(const std::string& query) const;
-    HttpReply callList(const std::string& query);
-    HttpReply phonebookExport(const HttpRequest& request, const std::string& host) const;
-    HttpReply photo(const std::string& query) const;
-
     RouterScript m_script;
+    routersim::RouterModel m_model;
     int m_redirectsGiven = 0;
 };
-
-// The login response the router grants: MD5 over "challenge-password" with every byte widened to
-// two (the byte, then a zero byte), as the module computes it.
-std::string grantedLoginResponse(const std::string& challenge, const std::string& password);
 
 }  // namespace conformance

@@ -2,7 +2,7 @@
 //
 // SPDX-License-Identifier: MIT
 
-#include "RouterModel.h"
+#include "KitRouter.h"
 
 #include <strings.h>
 
@@ -10,35 +10,10 @@
 #include <cctype>
 #include <cstdio>
 #include <cstdlib>
-#include <sstream>
-
-#include "Md5.h"
 
 namespace conformance {
 
 namespace {
-
-const char* const kNoSession = "0000000000000000";
-
-// The value of `key` in a query ("a=1&b=2"); empty when it is absent.
-std::string queryValue(const std::string& query, const std::string& key) {
-    std::istringstream pairs(query);
-    for (std::string pair; std::getline(pairs, pair, '&');) {
-        if (pair.compare(0, key.size() + 1, key + "=") == 0) {
-            return pair.substr(key.size() + 1);
-        }
-    }
-    return "";
-}
-
-HttpReply xml(const std::string& body) {
-    return HttpReply{200, {{"Content-Type", "text/xml"}}, body};
-}
-
-std::string sessionInfo(const std::string& sid, const std::string& challenge) {
-    return "<?xml version=\"1.0\" encoding=\"utf-8\"?><SessionInfo><SID>" + sid + "</SID><Challenge>" + challenge +
-           "</Challenge><BlockTime>0</BlockTime><Rights></Rights></SessionInfo>";
-}
 
 HttpReply redirectTo(const std::string& host, const std::string& path) {
     return HttpReply{302, {{"Location", "http://" + host + path}}, "<html>moved</html>"};
@@ -155,83 +130,67 @@ RouterScript replying(std::deque<HttpReply> replies) {
     return script;
 }
 
-std::string grantedLoginResponse(const std::string& challenge, const std::string& password) {
-    const std::string input = challenge + "-" + password;
-    std::string widened;
-    for (const char byte : input) {
-        widened += byte;
-        widened += '\0';
-    }
-    return md5Hex(widened);
+// The FritzBox behind the script: the project's router model (tools/router-model) with the
+// script's login and data, every challenge and session id the script's. A router that refuses the
+// login holds another password than the one the module sends.
+routersim::SimulatorOptions modelOptions(const RouterScript& script) {
+    routersim::SimulatorOptions options;
+    options.user = script.user;
+    options.password = script.refuseLogin ? script.password + " (another one)" : script.password;
+    options.fixedChallenge = script.challenge;
+    options.fixedSessionId = script.sid;
+    options.blockFailedLogins = false;
+    return options;
 }
 
-HttpReply RouterModel::answer(const HttpRequest& request, const std::string& host) {
+routersim::RouterData modelData(const RouterScript& script) {
+    routersim::RouterData data;
+    data.callListCsv = script.callList;
+    data.phonebookXml = script.exportXml;
+    data.photos = script.photos;
+    return data;
+}
+
+HttpReply fromModel(const routersim::RouterReply& answer) {
+    HttpReply reply{answer.status, HeaderList(answer.headers.begin(), answer.headers.end()), answer.body};
+    if (!answer.contentType.empty()) {
+        reply.headers.emplace_back("Content-Type", answer.contentType);
+    }
+    return reply;
+}
+
+KitRouter::KitRouter(RouterScript script)
+    : m_script(std::move(script)), m_model(modelData(m_script), modelOptions(m_script)) {}
+
+// The script's replies come first, then its faults of the call list and the export, in front of
+// the router model; what the model answers gets the script's status, ending or chunks.
+HttpReply KitRouter::answer(const HttpRequest& request, const std::string& host) {
     if (!m_script.replies.empty()) {
         HttpReply reply = m_script.replies.front();
         m_script.replies.pop_front();
         return reply;
     }
-    const std::size_t question = request.target.find('?');
-    const std::string path = request.target.substr(0, question);
-    const std::string query = question == std::string::npos ? "" : request.target.substr(question + 1);
-    if (path == "/login_sid.lua") {
-        return login(query);
-    }
-    if (path == "/fon_num/foncalls_list.lua") {
-        return callList(query);
-    }
-    if (path == "/cgi-bin/firmwarecfg" && request.method == "POST") {
-        return phonebookExport(request, host);
-    }
-    if (path == "/lua/photo.lua") {
-        return photo(query);
-    }
-    return HttpReply{404, {}, "<html>not found</html>"};
-}
-
-HttpReply RouterModel::login(const std::string& query) const {
-    // The first step of a login and a logout both learn the challenge and no session.
-    if (query.find("response=") == std::string::npos) {
-        return xml(sessionInfo(kNoSession, m_script.challenge));
-    }
-    const bool granted = !m_script.refuseLogin && queryValue(query, "username") == m_script.user &&
-                         queryValue(query, "response") == grantedLoginResponse(m_script.challenge, m_script.password);
-    return xml(sessionInfo(granted ? m_script.sid : kNoSession, m_script.challenge));
-}
-
-HttpReply RouterModel::callList(const std::string& query) {
-    if (queryValue(query, "sid") != m_script.sid) {
-        return HttpReply{403, {}, "no session"};
-    }
-    if (m_redirectsGiven < m_script.callListRedirects) {
+    const std::string path = request.target.substr(0, request.target.find('?'));
+    const bool callList = path == "/fon_num/foncalls_list.lua";
+    const bool phonebookExport = path == "/cgi-bin/firmwarecfg";
+    if (callList && m_redirectsGiven < m_script.callListRedirects) {
         ++m_redirectsGiven;
-        return redirectTo(kRouterHost, "/fon_num/foncalls_list.lua?" + query);
+        return redirectTo(kRouterHost, request.target);
     }
-    HttpReply reply{m_script.callListStatus, {{"Content-Type", "text/csv"}}, m_script.callList};
-    if (m_script.hangUpAfterCallList) {
-        reply.ending = HttpReply::Ending::HangUp;
+    if (phonebookExport && host == kRouterHost && !m_script.exportRedirectHost.empty()) {
+        return redirectTo(m_script.exportRedirectHost, path);
+    }
+    const std::size_t listsServed = m_model.stats().callListFetches;
+    HttpReply reply = fromModel(m_model.answer(
+        routersim::parseRequest(request.method, request.target, request.header("Content-Type"), request.body)));
+    if (m_model.stats().callListFetches != listsServed) {
+        reply.status = m_script.callListStatus;
+        reply.ending = m_script.hangUpAfterCallList ? HttpReply::Ending::HangUp : HttpReply::Ending::Keep;
+    }
+    if (phonebookExport) {
+        reply.chunks = m_script.exportChunks;
     }
     return reply;
-}
-
-HttpReply RouterModel::phonebookExport(const HttpRequest& request, const std::string& host) const {
-    if (host == kRouterHost && !m_script.exportRedirectHost.empty()) {
-        return redirectTo(m_script.exportRedirectHost, "/cgi-bin/firmwarecfg");
-    }
-    if (request.body.find("name=\"sid\"\r\n\r\n" + m_script.sid + "\r\n") == std::string::npos) {
-        return HttpReply{403, {}, "no session"};
-    }
-    HttpReply reply = xml(m_script.exportXml);
-    reply.chunks = m_script.exportChunks;
-    return reply;
-}
-
-HttpReply RouterModel::photo(const std::string& query) const {
-    const auto found = m_script.photos.find(queryValue(query, "photo"));
-    if (queryValue(query, "sid") != m_script.sid || found == m_script.photos.end()) {
-        return HttpReply{404, {}, "no photo"};
-    }
-    return HttpReply{200, {{"Content-Type", "image/jpeg"}}, found->second};
 }
 
 }  // namespace conformance
