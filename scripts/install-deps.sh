@@ -41,9 +41,25 @@ if [ "${SKIP_ARM:-0}" != 1 ]; then
   want+=("${arm_packages[@]}")
 fi
 
+# Debian's armhf libfiu packages cannot be installed beside the native ones (both own
+# /usr/lib/fiu), so the ARM suite's fault test takes them as files: downloaded here, unpacked into
+# the ARM build tree by tests/faults/CMakeLists.txt.
+armhf_debs=/var/cache/fritzbox-xsi/armhf
+armhf_deb_packages=(libfiu0:armhf libfiu-dev:armhf)
+fetch_armhf_debs() {
+  [ "${SKIP_ARM:-0}" = 1 ] && return 0
+  compgen -G "$armhf_debs/libfiu0_*_armhf.deb" >/dev/null && compgen -G "$armhf_debs/libfiu-dev_*_armhf.deb" >/dev/null &&
+    return 0
+  echo "install-deps: downloading ${armhf_deb_packages[*]} into $armhf_debs"
+  mkdir -p "$armhf_debs"
+  (cd "$armhf_debs" && apt-get download -qq "${armhf_deb_packages[@]}" 2>/dev/null) ||
+    { apt-get update -qq && (cd "$armhf_debs" && apt-get download -qq "${armhf_deb_packages[@]}" 2>/dev/null); }
+}
+
 for p in "${want[@]}"; do is_installed "$p" || missing+=("$p"); done
 if [ ${#missing[@]} -eq 0 ]; then
   echo "install-deps: all packages present"
+  fetch_armhf_debs
   exit 0
 fi
 
@@ -57,3 +73,4 @@ export DEBIAN_FRONTEND=noninteractive
 # failed update is tried once more and then the install goes ahead with what was fetched.
 apt-get update -qq || { sleep 5; apt-get update -qq; } || echo "install-deps: package index update incomplete, going on" >&2
 apt-get install -y -qq --no-install-recommends "${missing[@]}"
+fetch_armhf_debs

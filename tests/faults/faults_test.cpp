@@ -24,7 +24,7 @@
 
 #include "FritzBox.h"
 #include "LinuxPlatform.h"
-#include "RouterSimulator.h"
+#include "ModelRouter.h"
 #include "SimulatorProcess.h"
 #include "TokenFile.h"
 
@@ -145,19 +145,13 @@ struct TransportRow {
 
 class TransportFaults : public Faults, public ::testing::WithParamInterface<TransportRow> {
 protected:
-    TransportFaults() : m_simulator(routersim::RouterData::loadFromDirectory(FRITZBOX_SAMPLE_DATA_DIR), options()) {
-        linux_platform::mapHost("fritz.box", "80", "127.0.0.1", std::to_string(m_simulator.start()));
-    }
-    static routersim::SimulatorOptions options() {
-        routersim::SimulatorOptions options;
-        options.password = "geheim";
-        return options;
-    }
-    routersim::RouterSimulator m_simulator;
+    // The router model on the tests' loopback server, with the sample data and its login.
+    testsupport::ModelRouter m_router{routersim::SimulatorOptions(),
+                                      routersim::RouterData::loadFromDirectory(FRITZBOX_SAMPLE_DATA_DIR)};
 };
 
 TEST_P(TransportFaults, AFailedCallFailsTheSyncWithAReasonOrIsGotPastAndTheNextSyncWorks) {
-    FritzBox box{"admin", "geheim"};
+    FritzBox box{tools::kSampleRouterUser, tools::kSampleRouterPassword};
     std::string token;
     linux_platform::resetExchangeReport();
     int calls = 0;
