@@ -168,6 +168,23 @@ for signal in INT TERM HUP; do
     check "SIG$signal: the pictures are gone" test ! -e "$PICTURES"
 done
 
+# A stop signal while a sync runs: the sync is finished within its own bounds (here three answers
+# each 200 ms late) and its document written, then the run ends with 128 + the signal and no
+# picture is left. The signal comes once the router has answered the sync's first request.
+start_simulator slow --delay-ms 200 --verbose
+: >"$OUT"
+FRITZBOX_PASSWORD=$PASSWORD "${HOST[@]}" sync calllogs --router "127.0.0.1:$PORT" --user admin --model tern \
+    --repeat 3 --interval 3600 >"$OUT" 2>"$ERR" &
+for _ in $(seq 100); do grep -q 'login_sid.lua -> ' "$WORK/slow.err" && break || sleep 0.05; done
+kill -TERM $!
+wait $!
+status=$?
+check "SIGTERM during a sync: exit $status, expected 143" test $status = 143
+check "SIGTERM during a sync: its document written, no further sync" test "$(tr -cd '\0' <"$OUT" | wc -c)" = 1
+check "SIGTERM during a sync: the pictures are gone" test ! -e "$PICTURES"
+kill "${SIM_PIDS[-1]}" && wait "${SIM_PIDS[-1]}" 2>/dev/null
+unset 'SIM_PIDS[-1]'
+
 # The simulator ends at once on SIGINT or SIGTERM, also with a delayed answer pending.
 for signal in INT TERM; do
     start_simulator delayed --delay-ms 60000
