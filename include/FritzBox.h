@@ -6,7 +6,8 @@
 // The router client: the one object through which the phone's call-log and directory service
 // reads a FritzBox home router. The host constructs it with the router login's credentials,
 // calls sync() for the data set it wants refreshed (keeping the change token between calls) and
-// then getData() for the XSI-style document of that data set.
+// then getData() for the XSI-style document of that data set. Not thread-safe: one thread at a
+// time uses an object, and one object at a time holds the fixed picture directory.
 #include <cstdint>
 #include <map>
 #include <memory>

@@ -34,42 +34,42 @@ std::string toLower(std::string text) {
 
 }  // namespace
 
-Authenticator::Authenticator(LoginRules rules) : rules_(std::move(rules)), random_(std::random_device{}()) {}
+Authenticator::Authenticator(LoginRules rules) : m_rules(std::move(rules)), m_random(std::random_device{}()) {}
 
 std::string Authenticator::issueChallenge() {
-    challenges_.push_back(rules_.fixedChallenge.empty() ? randomHex(8) : rules_.fixedChallenge);
-    if (challenges_.size() > kValidChallenges) {
-        challenges_.pop_front();
+    m_challenges.push_back(m_rules.fixedChallenge.empty() ? randomHex(8) : m_rules.fixedChallenge);
+    if (m_challenges.size() > kValidChallenges) {
+        m_challenges.pop_front();
     }
-    return challenges_.back();
+    return m_challenges.back();
 }
 
 std::string Authenticator::login(const std::string& user, const std::string& response, bool keepSession,
                                  Clock::time_point now) {
-    const bool accepted = user == rules_.user && now >= blockedUntil_ && useMatchingChallenge(response);
+    const bool accepted = user == m_rules.user && now >= m_blockedUntil && useMatchingChallenge(response);
     if (!accepted) {
-        ++consecutiveFailures_;
-        if (rules_.blockAfterFailures) {
-            blockedUntil_ = now + std::chrono::seconds(blockSecondsAfter(consecutiveFailures_));
+        ++m_consecutiveFailures;
+        if (m_rules.blockAfterFailures) {
+            m_blockedUntil = now + std::chrono::seconds(blockSecondsAfter(m_consecutiveFailures));
         }
         return "";
     }
-    consecutiveFailures_ = 0;
+    m_consecutiveFailures = 0;
     forgetIdleSessions(now);
     std::string sid = newSessionId();
     if (keepSession) {
-        sessions_[sid] = now;
+        m_sessions[sid] = now;
     }
     return sid;
 }
 
 bool Authenticator::useSession(const std::string& sid, Clock::time_point now) {
-    const auto session = sessions_.find(sid);
-    if (session == sessions_.end()) {
+    const auto session = m_sessions.find(sid);
+    if (session == m_sessions.end()) {
         return false;
     }
-    if (now - session->second >= rules_.sessionIdle) {
-        sessions_.erase(session);
+    if (now - session->second >= m_rules.sessionIdle) {
+        m_sessions.erase(session);
         return false;
     }
     session->second = now;
@@ -77,15 +77,15 @@ bool Authenticator::useSession(const std::string& sid, Clock::time_point now) {
 }
 
 void Authenticator::endSession(const std::string& sid) {
-    sessions_.erase(sid);
+    m_sessions.erase(sid);
 }
 
 int Authenticator::remainingBlockSeconds(Clock::time_point now) const {
-    if (now >= blockedUntil_) {
+    if (now >= m_blockedUntil) {
         return 0;
     }
     // Rounded up, so a client that waits this long is no longer blocked.
-    const auto remaining = std::chrono::ceil<std::chrono::seconds>(blockedUntil_ - now);
+    const auto remaining = std::chrono::ceil<std::chrono::seconds>(m_blockedUntil - now);
     return static_cast<int>(remaining.count());
 }
 
@@ -93,31 +93,31 @@ int Authenticator::remainingBlockSeconds(Clock::time_point now) const {
 // challenges themselves are lower-case hex).
 bool Authenticator::useMatchingChallenge(const std::string& response) {
     const std::string given = toLower(response);
-    const auto match = std::find_if(challenges_.begin(), challenges_.end(), [&](const std::string& challenge) {
-        return loginResponse(challenge, rules_.password, rules_.form) == given;
+    const auto match = std::find_if(m_challenges.begin(), m_challenges.end(), [&](const std::string& challenge) {
+        return loginResponse(challenge, m_rules.password, m_rules.form) == given;
     });
-    if (match == challenges_.end()) {
+    if (match == m_challenges.end()) {
         return false;
     }
-    challenges_.erase(match);
+    m_challenges.erase(match);
     return true;
 }
 
 // Sessions nobody ends would pile up in a long run; expired ones are dropped at each login.
 void Authenticator::forgetIdleSessions(Clock::time_point now) {
-    for (auto session = sessions_.begin(); session != sessions_.end();) {
-        session = now - session->second >= rules_.sessionIdle ? sessions_.erase(session) : std::next(session);
+    for (auto session = m_sessions.begin(); session != m_sessions.end();) {
+        session = now - session->second >= m_rules.sessionIdle ? m_sessions.erase(session) : std::next(session);
     }
 }
 
 std::string Authenticator::newSessionId() {
-    if (!rules_.fixedSessionId.empty()) {
-        return rules_.fixedSessionId;
+    if (!m_rules.fixedSessionId.empty()) {
+        return m_rules.fixedSessionId;
     }
     std::string sid;
     do {
         sid = randomHex(16);
-    } while (sid == kZeroSid || sessions_.count(sid) != 0);
+    } while (sid == kZeroSid || m_sessions.count(sid) != 0);
     return sid;
 }
 
@@ -126,7 +126,7 @@ std::string Authenticator::randomHex(std::size_t digits) {
     std::uniform_int_distribution<int> digit(0, 15);
     std::string hex;
     for (std::size_t i = 0; i < digits; ++i) {
-        hex += kHexDigits[digit(random_)];
+        hex += kHexDigits[digit(m_random)];
     }
     return hex;
 }

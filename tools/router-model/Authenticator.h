@@ -51,10 +51,10 @@ public:
     bool useSession(const std::string& sid, Clock::time_point now);
     void endSession(const std::string& sid);
     // Keeps `sid` as a session from now on, as if a login had given it.
-    void openSession(const std::string& sid, Clock::time_point now) { sessions_[sid] = now; }
+    void openSession(const std::string& sid, Clock::time_point now) { m_sessions[sid] = now; }
     int remainingBlockSeconds(Clock::time_point now) const;
 
-    const std::string& user() const { return rules_.user; }
+    const std::string& user() const { return m_rules.user; }
 
 private:
     bool useMatchingChallenge(const std::string& response);
@@ -62,12 +62,12 @@ private:
     std::string newSessionId();
     std::string randomHex(std::size_t digits);
 
-    LoginRules rules_;
-    std::deque<std::string> challenges_;                 // newest last
-    std::map<std::string, Clock::time_point> sessions_;  // sid -> last use
-    int consecutiveFailures_ = 0;
-    Clock::time_point blockedUntil_{};
-    std::mt19937_64 random_;
+    LoginRules m_rules;
+    std::deque<std::string> m_challenges;                 // newest last
+    std::map<std::string, Clock::time_point> m_sessions;  // sid -> last use
+    int m_consecutiveFailures = 0;
+    Clock::time_point m_blockedUntil{};
+    std::mt19937_64 m_random;
 };
 
 }  // namespace routersim

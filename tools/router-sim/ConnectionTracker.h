@@ -18,7 +18,7 @@ class ConnectionTracker {
 public:
     using Clock = std::chrono::steady_clock;
 
-    explicit ConnectionTracker(Clock::duration keepAliveTimeout) : keepAliveTimeout_(keepAliveTimeout) {}
+    explicit ConnectionTracker(Clock::duration keepAliveTimeout) : m_keepAliveTimeout(keepAliveTimeout) {}
 
     // A request from `peer` ("address:port") arrived; true when it came on a new connection.
     bool noteRequest(const std::string& peer, Clock::time_point now);
@@ -28,8 +28,8 @@ public:
 private:
     void forgetClosedConnections(Clock::time_point now);
 
-    Clock::duration keepAliveTimeout_;
-    std::map<std::string, Clock::time_point> lastActivity_;
+    Clock::duration m_keepAliveTimeout;
+    std::map<std::string, Clock::time_point> m_lastActivity;
 };
 
 }  // namespace routersim

@@ -78,15 +78,15 @@ void closeConnectionAfterAnswer(httplib::Response& res) {
 class RouterSimulator::Impl {
 public:
     Impl(RouterData data, SimulatorOptions options, bool verbose)
-        : model_(std::move(data), std::move(options)),
-          verbose_(verbose),
-          connections_(std::chrono::seconds(kKeepAliveTimeoutSeconds)) {}
+        : m_model(std::move(data), std::move(options)),
+          m_verbose(verbose),
+          m_connections(std::chrono::seconds(kKeepAliveTimeoutSeconds)) {}
 
     ~Impl() { stop(); }
 
     int start(const std::string& address, int port);
     void stop();
-    RouterModel& model() { return model_; }
+    RouterModel& model() { return m_model; }
 
 private:
     void configure(httplib::Server& server);
@@ -95,30 +95,30 @@ private:
     void waitOrStop(int delayMs);
     void afterAnswer(const httplib::Request& req, const httplib::Response& res);
 
-    RouterModel model_;
-    const bool verbose_;
+    RouterModel m_model;
+    const bool m_verbose;
     // Guards the connection tracker and the stop flag; the model guards itself.
-    std::mutex mutex_;
+    std::mutex m_mutex;
     // A delayed answer waits on this, so that stopping never waits for the delay to run out.
-    std::condition_variable stopping_;
-    bool stopRequested_ = false;
-    ConnectionTracker connections_;
+    std::condition_variable m_stopping;
+    bool m_stopRequested = false;
+    ConnectionTracker m_connections;
 
-    std::unique_ptr<httplib::Server> server_;
-    std::thread serverThread_;
-    std::atomic<bool> listenEnded_{false};
+    std::unique_ptr<httplib::Server> m_server;
+    std::thread m_serverThread;
+    std::atomic<bool> m_listenEnded{false};
 };
 
 int RouterSimulator::Impl::start(const std::string& address, int port) {
-    if (server_) {
+    if (m_server) {
         throw std::logic_error("router simulator: already running");
     }
     if (port < 0 || port > 65535) {
         throw std::runtime_error("router simulator: port out of range: " + std::to_string(port));
     }
     {
-        std::lock_guard<std::mutex> lock(mutex_);
-        stopRequested_ = false;
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_stopRequested = false;
     }
     auto server = std::make_unique<httplib::Server>();
     configure(*server);
@@ -130,38 +130,38 @@ int RouterSimulator::Impl::start(const std::string& address, int port) {
             errno != 0 ? std::string(": ") + std::strerror(errno) : ": not an address of this machine";
         throw std::runtime_error("cannot listen on " + hostAndPort(address, port) + reason);
     }
-    model_.setOwnHost(hostAndPort(address, boundPort));
-    server_ = std::move(server);
-    listenEnded_ = false;
-    serverThread_ = std::thread([this] {
-        server_->listen_after_bind();
-        listenEnded_ = true;
+    m_model.setOwnHost(hostAndPort(address, boundPort));
+    m_server = std::move(server);
+    m_listenEnded = false;
+    m_serverThread = std::thread([this] {
+        m_server->listen_after_bind();
+        m_listenEnded = true;
     });
     // httplib's stop() does nothing until the accept loop runs, so stop() must not come earlier;
     // an accept loop that fails ends without ever running, which must not be waited for forever.
-    while (!server_->is_running() && !listenEnded_) {
+    while (!m_server->is_running() && !m_listenEnded) {
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
-    if (!server_->is_running()) {
-        serverThread_.join();
-        server_.reset();
+    if (!m_server->is_running()) {
+        m_serverThread.join();
+        m_server.reset();
         throw std::runtime_error("cannot accept connections on " + hostAndPort(address, boundPort));
     }
     return boundPort;
 }
 
 void RouterSimulator::Impl::stop() {
-    if (!server_) {
+    if (!m_server) {
         return;
     }
     {
-        std::lock_guard<std::mutex> lock(mutex_);
-        stopRequested_ = true;
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_stopRequested = true;
     }
-    stopping_.notify_all();
-    server_->stop();
-    serverThread_.join();
-    server_.reset();
+    m_stopping.notify_all();
+    m_server->stop();
+    m_serverThread.join();
+    m_server.reset();
 }
 
 void RouterSimulator::Impl::configure(httplib::Server& server) {
@@ -191,7 +191,7 @@ void RouterSimulator::Impl::configure(httplib::Server& server) {
 void RouterSimulator::Impl::answer(const httplib::Request& req, httplib::Response& res) {
     RouterRequest request = modelRequest(req);
     request.newConnection = noteRequest(req);
-    const RouterReply reply = model_.answer(request);
+    const RouterReply reply = m_model.answer(request);
     waitOrStop(reply.delayMs);
     res.status = reply.status;
     for (const auto& [name, value] : reply.headers) {
@@ -207,49 +207,49 @@ void RouterSimulator::Impl::answer(const httplib::Request& req, httplib::Respons
 
 // True when the request came on a connection that carried none before.
 bool RouterSimulator::Impl::noteRequest(const httplib::Request& req) {
-    std::lock_guard<std::mutex> lock(mutex_);
-    return connections_.noteRequest(peerOf(req), Clock::now());
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_connections.noteRequest(peerOf(req), Clock::now());
 }
 
 void RouterSimulator::Impl::waitOrStop(int delayMs) {
     if (delayMs > 0) {
-        std::unique_lock<std::mutex> lock(mutex_);
-        stopping_.wait_for(lock, std::chrono::milliseconds(delayMs), [this] { return stopRequested_; });
+        std::unique_lock<std::mutex> lock(m_mutex);
+        m_stopping.wait_for(lock, std::chrono::milliseconds(delayMs), [this] { return m_stopRequested; });
     }
 }
 
 void RouterSimulator::Impl::afterAnswer(const httplib::Request& req, const httplib::Response& res) {
     {
-        std::lock_guard<std::mutex> lock(mutex_);
-        connections_.noteAnswer(peerOf(req), Clock::now());
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_connections.noteAnswer(peerOf(req), Clock::now());
     }
-    if (verbose_) {
+    if (m_verbose) {
         std::fprintf(stderr, "%s %s -> %d\n", req.method.c_str(), req.target.c_str(), res.status);
     }
 }
 
 RouterSimulator::RouterSimulator(RouterData data, SimulatorOptions options, bool verbose)
-    : impl_(std::make_unique<Impl>(std::move(data), std::move(options), verbose)) {}
+    : m_impl(std::make_unique<Impl>(std::move(data), std::move(options), verbose)) {}
 
 RouterSimulator::~RouterSimulator() = default;
 
 int RouterSimulator::start(const std::string& address, int port) {
-    return impl_->start(address, port);
+    return m_impl->start(address, port);
 }
 void RouterSimulator::stop() {
-    impl_->stop();
+    m_impl->stop();
 }
 SimulatorStats RouterSimulator::stats() const {
-    return impl_->model().stats();
+    return m_impl->model().stats();
 }
 void RouterSimulator::resetStats() {
-    impl_->model().resetStats();
+    m_impl->model().resetStats();
 }
 void RouterSimulator::setFaults(const Faults& faults) {
-    impl_->model().setFaults(faults);
+    m_impl->model().setFaults(faults);
 }
 std::string RouterSimulator::listeningOn() const {
-    return impl_->model().ownHost();
+    return m_impl->model().ownHost();
 }
 
 }  // namespace routersim
