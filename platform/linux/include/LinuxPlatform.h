@@ -30,12 +30,10 @@ bool parseAddressAndPort(const std::string& text, const std::string& defaultPort
 // The address and port that a connection to `name`:`port` uses (the input itself when unmapped).
 void resolveMappedHost(const std::string& name, const std::string& port, std::string& address, std::string& toPort);
 
-// ---- HTTP limits and counters ----
+// ---- size and time limits of an HTTP exchange ----
 
 // Largest response body the HTTP client accepts; a longer one fails the read.
 constexpr std::size_t kMaxResponseBodyBytes = 16u * 1024u * 1024u;
-
-// ---- time limits ----
 
 // One HTTP exchange (a connect it needs, the request, the whole answer) ends at the latest this
 // many I/O time-outs after it began, plus one connect time-out: 125 s with the module's 5 s and 5 s,
@@ -63,6 +61,8 @@ struct TimeLimitOverrides {
     unsigned lowSpeedBytesPerSecond = 0;
 };
 void setTimeLimitOverrides(const TimeLimitOverrides& overrides);
+
+// ---- what the exchanges came to: counters and the last failure ----
 
 struct TransportStats {
     std::uint64_t connectionsOpened = 0;  // TCP connections established by SecureConnection
