@@ -62,32 +62,17 @@ std::string HttpRequest::header(const std::string& name) const {
 bool takeRequest(std::string& buffer, HttpRequest& request, bool& malformed) {
     malformed = false;
     const std::size_t headEnd = buffer.find("\r\n\r\n");
-    const std::size_t lineEnd = buffer.find("\r\n");
-    const std::size_t methodEnd = buffer.find(' ');
-    const std::size_t targetEnd = lineEnd == std::string::npos ? std::string::npos : buffer.rfind(' ', lineEnd);
     if (headEnd == std::string::npos) {
         // A request line must come first; anything else (TLS records start with 0x16) is no HTTP.
         malformed = !buffer.empty() && !std::isupper(static_cast<unsigned char>(buffer[0]));
         return false;
     }
-    if (methodEnd >= lineEnd || targetEnd <= methodEnd) {
+    routersim::RequestHead head;
+    if (!routersim::parseRequestHead(buffer.substr(0, headEnd), head)) {
         malformed = true;
         return false;
     }
-    request = {buffer.substr(0, methodEnd),
-               buffer.substr(methodEnd + 1, targetEnd - methodEnd - 1),
-               buffer.substr(targetEnd + 1, lineEnd - targetEnd - 1),
-               {},
-               {}};
-    for (std::size_t start = lineEnd + 2, end; start < headEnd + 2; start = end + 2) {
-        end = buffer.find("\r\n", start);
-        const std::size_t colon = buffer.find(':', start);
-        if (colon < end) {
-            std::string value = buffer.substr(colon + 1, end - colon - 1);
-            value.erase(0, value.find_first_not_of(" \t"));
-            request.headers.emplace_back(buffer.substr(start, colon - start), value);
-        }
-    }
+    request = {head.method, head.target, head.version, head.fields, {}};
     std::size_t end = 0;
     if (!takeBody(buffer, headEnd + 4, request, request.body, end)) {
         return false;

@@ -18,6 +18,7 @@
 #include <system_error>
 
 #include "LinuxPlatform.h"
+#include "RouterRequest.h"
 
 namespace testsupport {
 namespace {
@@ -43,19 +44,11 @@ bool readRequest(int fd, std::string& buffer, ReceivedRequest& request) {
             return false;
         }
     }
-    std::size_t lineEnd = buffer.find("\r\n");
-    const std::size_t methodEnd = buffer.find(' ');
-    const std::size_t targetEnd = buffer.rfind(' ', lineEnd);
-    request = {buffer.substr(0, methodEnd), buffer.substr(methodEnd + 1, targetEnd - methodEnd - 1), {}, {}, false};
-    for (std::size_t start = lineEnd + 2; start < headEnd + 2; start = lineEnd + 2) {
-        lineEnd = buffer.find("\r\n", start);
-        const std::size_t colon = buffer.find(':', start);
-        if (colon < lineEnd) {
-            std::string value = buffer.substr(colon + 1, lineEnd - colon - 1);
-            value.erase(0, value.find_first_not_of(" \t"));
-            request.headers.emplace_back(buffer.substr(start, colon - start), value);
-        }
+    routersim::RequestHead head;
+    if (!routersim::parseRequestHead(buffer.substr(0, headEnd), head)) {
+        return false;  // no HTTP request: the connection ends
     }
+    request = {head.method, head.target, head.fields, {}, false};
     const std::size_t bodyLength = std::strtoul(request.header("Content-Length").c_str(), nullptr, 10);
     if (bodyLength > kMaxRequestBodyBytes) {
         return false;  // refused unread, as a router's small web server does

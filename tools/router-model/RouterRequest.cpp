@@ -4,6 +4,7 @@
 
 #include "RouterRequest.h"
 
+#include <algorithm>
 #include <cctype>
 
 namespace routersim {
@@ -110,6 +111,30 @@ std::string RouterRequest::param(const std::string& name) const {
 std::string RouterRequest::part(const std::string& name) const {
     const auto found = formParts.find(name);
     return found == formParts.end() ? std::string() : found->second;
+}
+
+bool parseRequestHead(const std::string& head, RequestHead& parsed) {
+    const std::size_t lineEnd = std::min(head.find("\r\n"), head.size());
+    const std::size_t methodEnd = head.find(' ');
+    const std::size_t targetEnd = head.rfind(' ', lineEnd);
+    if (methodEnd >= lineEnd || targetEnd == std::string::npos || targetEnd <= methodEnd) {
+        return false;
+    }
+    parsed.method = head.substr(0, methodEnd);
+    parsed.target = head.substr(methodEnd + 1, targetEnd - methodEnd - 1);
+    parsed.version = head.substr(targetEnd + 1, lineEnd - targetEnd - 1);
+    parsed.fields.clear();
+    for (std::size_t start = lineEnd + 2; start < head.size() + 2;) {
+        const std::size_t end = std::min(head.find("\r\n", start), head.size());
+        const std::size_t colon = head.find(':', start);
+        if (colon < end) {
+            std::string value = head.substr(colon + 1, end - colon - 1);
+            value.erase(0, value.find_first_not_of(" \t"));
+            parsed.fields.emplace_back(head.substr(start, colon - start), value);
+        }
+        start = end + 2;
+    }
+    return true;
 }
 
 RouterRequest parseRequest(const std::string& method, const std::string& target, const std::string& contentType,

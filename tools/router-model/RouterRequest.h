@@ -7,6 +7,8 @@
 // out of the HTTP message by whichever server hosts the model.
 #include <map>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace routersim {
 
@@ -26,6 +28,16 @@ struct RouterRequest {
     bool hasPart(const std::string& name) const { return formParts.count(name) != 0; }
     std::string part(const std::string& name) const;
 };
+
+// The head of a request as it came on the wire (the text before its empty line): the request line's
+// three parts and the header fields in order, names as sent, values without leading blanks; a
+// line without a colon is passed over. The loopback servers that host the model read it so.
+struct RequestHead {
+    std::string method, target, version;
+    std::vector<std::pair<std::string, std::string>> fields;
+};
+// False when the request line is not "METHOD TARGET VERSION".
+bool parseRequestHead(const std::string& head, RequestHead& parsed);
 
 // Reads the target's query and, by its content type, a URL-encoded or multipart body into the
 // request's fields. Percent escapes and "+" are decoded as a web server does; a part without a
