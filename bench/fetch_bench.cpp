@@ -20,7 +20,6 @@
 
 namespace {
 
-using Broadsoft::Filters::CallLogs;
 using testsupport::ReceivedRequest;
 using testsupport::ScriptedReply;
 
@@ -43,7 +42,8 @@ std::string chunkedResponse(const std::string& body, std::size_t chunkSize) {
 // The export's download through the module's own exchange, without digest and conversion.
 class ExportDownload {
 public:
-    ExportDownload(std::size_t contacts, std::size_t chunkSize) : m_router(benchdata::kPassword), m_access(m_box) {
+    ExportDownload(std::size_t contacts, std::size_t chunkSize) : m_router(benchdata::kPassword) {
+        m_router.model().openSession(testsupport::kSid);  // as after a login: the downloads name it
         m_router.setPhonebookExport(benchdata::phonebookExport(contacts));
         if (chunkSize > 0) {
             const std::string response = chunkedResponse(m_router.phonebookExport(), chunkSize);
@@ -58,31 +58,21 @@ public:
     }
 
     std::size_t exportBytes() const { return m_router.phonebookExport().size(); }
-    // Logs in with one call-list sync, so that the downloads run on its session and connection.
-    bool logIn() {
-        std::string token;
-        return m_box.sync(CallLogs, token);
-    }
     // One download; false unless the whole export arrived.
     bool download() {
-        const fritzbox_detail::RouterReply exchange = m_access.routerRequests().post(
-            fritzbox_detail::kExportTarget, fritzbox_detail::exportFormBody(m_access.session()), kExportFormHeaders);
+        const fritzbox_detail::RouterReply exchange = m_connection.requests().post(
+            fritzbox_detail::kExportTarget, fritzbox_detail::exportFormBody(testsupport::kSid), kExportFormHeaders);
         return exchange.ok && exchange.body.size() == exportBytes();
     }
 
 private:
     testsupport::ModelRouter m_router;
-    FritzBox m_box{"admin", benchdata::kPassword};
-    FritzBoxTestAccess m_access;
+    testsupport::StandaloneConnection m_connection;
 };
 
 void runDownloads(benchmark::State& state, std::size_t contacts, std::size_t chunkSize) {
     benchhost::prepare(linux_platform::PhoneModel::Other);
     ExportDownload download(contacts, chunkSize);
-    if (!download.logIn()) {
-        state.SkipWithError("login failed");
-        return;
-    }
     for (auto _ : state) {
         if (!download.download()) {
             state.SkipWithError("export download failed");

@@ -44,8 +44,6 @@ public:
     std::string getData(Broadsoft::Filters::FilterTypes filter);
 
 private:
-    friend class FritzBoxTestAccess;  // tests of the session and the kept connection
-
     using HeaderMap = HttpClientIfc::HeaderMap;
 
     // HTTP exchange

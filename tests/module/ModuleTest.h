@@ -25,7 +25,6 @@ protected:
     testsupport::LogCapture log{6};
     testsupport::ModelRouter router;
     FritzBox box;
-    FritzBoxTestAccess access{box};
     std::string token;
 };
 

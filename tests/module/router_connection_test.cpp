@@ -17,6 +17,8 @@ namespace {
 class RouterConnectionTest : public ModuleTest {
 protected:
     RouterConnectionTest() : ModuleTest("äbc") {}
+
+    StandaloneConnection connection;  // the module's exchange outside the object
 };
 
 TEST_F(RouterConnectionTest, LoginAnswersTheChallengeWithTheBareWidenedDigestAndKeepsTheSession) {
@@ -34,12 +36,13 @@ TEST_F(RouterConnectionTest, LoginAnswersTheChallengeWithTheBareWidenedDigestAnd
     EXPECT_EQ(router.scripted().connectionCount(), 1u) << "login and fetches share one kept connection";
 }
 
-// Each row: credentials, a session already held, the filter, what the router's login page says
-// (empty: the usual); the sync fails with this log line (which also shows whether the held session
-// counts as valid). A module object going away drops its connection, forced.
+// Each row: credentials, a session held from an earlier login (whose logout failed, so that the
+// credentials could change under it), the filter, what the router's login page says (empty: the
+// usual); the sync fails with this log line (which also shows whether the held session counts as
+// valid). A module object going away drops its connection, forced.
 TEST_F(RouterConnectionTest, RefusedSyncs) {
     const struct {
-        std::string user, password, sid;
+        std::string user, password, heldSid;
         int filter;
         std::string loginPage, line;
         std::size_t requests;
@@ -55,37 +58,59 @@ TEST_F(RouterConnectionTest, RefusedSyncs) {
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.line + " " + row.loginPage);
-        log.clear();
-        const std::size_t before = router.scripted().requestCount();
-        router.override = [&row](const ReceivedRequest&, ScriptedReply& reply) {
-            return reply.body = row.loginPage, !row.loginPage.empty();
-        };
         {
-            FritzBox refused(row.user, row.password);
-            FritzBoxTestAccess(refused).adoptSession(row.sid);
+            FritzBox refused(row.heldSid.empty() ? row.user : "admin", row.heldSid.empty() ? row.password : "äbc");
+            if (!row.heldSid.empty()) {
+                // The login hands out the row's session id; the logout that a credential change
+                // sends fails, so the object keeps it with the new credentials.
+                router.override = [&row](const ReceivedRequest& request, ScriptedReply& reply) {
+                    const bool logout = request.target.find("logout=") != std::string::npos;
+                    reply.status = logout ? 500 : 200;
+                    reply.body = "<SessionInfo><SID>" + row.heldSid + "</SID><Challenge>1234567z</Challenge>";
+                    return true;
+                };
+                std::string scratch;
+                refused.sync(FilterTypes::CallLogs, scratch);
+                refused.setUsername(row.user);
+                refused.setPassword(row.password);
+            }
+            router.override = [&row](const ReceivedRequest&, ScriptedReply& reply) {
+                return reply.body = row.loginPage, !row.loginPage.empty();
+            };
+            log.clear();
+            const std::size_t before = router.scripted().requestCount();
             EXPECT_FALSE(refused.sync(static_cast<FilterTypes>(row.filter), token));
+            EXPECT_EQ(router.scripted().requestCount() - before, row.requests);
         }
         EXPECT_TRUE(log.contains(row.line, 2)) << log.text();
-        EXPECT_EQ(router.scripted().requestCount() - before, row.requests);
         EXPECT_TRUE(log.contains("clearSecureConnection() OUT force[true], ", 4)) << log.text();
     }
 }
 
 TEST_F(RouterConnectionTest, CredentialChangeUnderAValidSessionLogsOutFirst) {
-    access.adoptSession(kSid);
+    router.setCallList(callListBody({}));
+    ASSERT_TRUE(box.sync(FilterTypes::CallLogs, token));
+    const std::size_t loggedIn = router.scripted().requestCount();
     box.setPassword("äbc");
-    EXPECT_EQ(router.scripted().requestCount(), 0u) << "same password: nothing to invalidate";
+    EXPECT_EQ(router.scripted().requestCount(), loggedIn) << "same password: nothing to invalidate";
     box.setPassword("neu");
-    ASSERT_EQ(router.targets(), std::vector<std::string>{"/login_sid.lua?logout=&sid=" + kSid});
-    EXPECT_FALSE(fritzbox_detail::sessionIsValid(access.session()));
+    ASSERT_EQ(router.targets().back(), "/login_sid.lua?logout=&sid=" + kSid);
     box.setUsername("other");  // no valid session any more: only stored
-    EXPECT_EQ(router.scripted().requestCount(), 1u);
+    EXPECT_EQ(router.scripted().requestCount(), loggedIn + 1);
 
-    // A logout answer without a session id empties the session.
-    access.adoptSession(kSid);
-    router.override = [](const ReceivedRequest&, ScriptedReply& reply) { return reply.body = "<html/>", true; };
+    // A logout answer without a session id empties the session: the next sync logs in again.
+    box.setUsername("admin");
+    box.setPassword("äbc");
+    ASSERT_TRUE(box.sync(FilterTypes::CallLogs, token = ""));
+    router.override = [](const ReceivedRequest& request, ScriptedReply& reply) {
+        return reply.body = "<html/>", request.target.find("logout=") != std::string::npos;
+    };
     box.setUsername("someone");
-    EXPECT_EQ(access.session(), "");
+    box.setUsername("admin");
+    EXPECT_TRUE(log.contains("invalidateSid() could not find SID in response", 2)) << log.text();
+    const std::size_t before = router.count("/login_sid.lua?username=");
+    ASSERT_TRUE(box.sync(FilterTypes::CallLogs, token = ""));
+    EXPECT_EQ(router.count("/login_sid.lua?username="), before + 1) << "a new login";
 }
 
 // Each row: the final status and how many redirects (302, 307 alternating) come before it.
@@ -112,7 +137,7 @@ TEST_F(RouterConnectionTest, StatusesAndRedirects) {
             reply.body = moved ? "moved" : body;  // a redirect's body is replaced, never kept in front
             return true;
         };
-        const auto result = access.routerRequests().post("/form", "a=b", {{"X-Test", "kept"}});
+        const auto result = connection.requests().post("/form", "a=b", {{"X-Test", "kept"}});
         EXPECT_EQ(result.ok, row.line.empty());
         EXPECT_TRUE(row.line.empty() ? result.body == body : log.contains("connectionHandler() " + row.line))
             << log.text();
@@ -138,14 +163,14 @@ TEST_F(RouterConnectionTest, ConnectionLifetime) {
     };
     for (const auto& [target, kept] :
          {std::pair{"/first", true}, std::pair{"/closing", false}, std::pair{"/after", true}}) {
-        EXPECT_TRUE(access.routerRequests().get(target).ok);
-        EXPECT_EQ(access.hasKeptConnection(), kept) << target;
+        EXPECT_TRUE(connection.requests().get(target).ok);
+        EXPECT_EQ(connection.kept(), kept) << target;
     }
     EXPECT_EQ(router.scripted().connectionCount(), 2u);
-    access.clearSecureConnection(false);
-    EXPECT_TRUE(access.hasKeptConnection());
-    access.clearSecureConnection(true);
-    EXPECT_FALSE(access.hasKeptConnection());
+    connection.drop(false);
+    EXPECT_TRUE(connection.kept());
+    connection.drop(true);
+    EXPECT_FALSE(connection.kept());
 
     const int closedPort = ScriptedRouter().port();  // the router is gone at the end of the line
     linux_platform::mapHost("gone.test", "80", "127.0.0.1", std::to_string(closedPort));
@@ -155,25 +180,33 @@ TEST_F(RouterConnectionTest, ConnectionLifetime) {
         return true;
     };
     log.clear();
-    EXPECT_FALSE(access.routerRequests().get("/moved").ok);
+    EXPECT_FALSE(connection.requests().get("/moved").ok);
     EXPECT_TRUE(log.contains("clearSecureConnection() OUT force[true], ", 4)) << log.text();
-    EXPECT_FALSE(access.hasKeptConnection());
+    EXPECT_FALSE(connection.kept());
 
-    access.adoptSession(kSid);
-    router.model().openSession(kSid);
+    // The session the outage meets, from a login whose answers each close their connection, so
+    // that the object holds none when the router goes.
+    router.override = nullptr;
+    routersim::Faults closing;
+    closing.closeConnections = true;
+    router.model().setFaults(closing);
+    router.setCallList(callListBody({}));
+    ASSERT_TRUE(box.sync(FilterTypes::CallLogs, token));
+    router.model().setFaults({});
     linux_platform::mapHost("fritz.box", "80", "127.0.0.1", std::to_string(closedPort));
+    log.clear();
     EXPECT_FALSE(box.sync(FilterTypes::Personal, token));
     EXPECT_TRUE(log.contains("connectionHandler() exception='", 2));
-    EXPECT_FALSE(access.hasKeptConnection());
+    EXPECT_TRUE(log.contains("clearSecureConnection() OUT force[true], ", 4)) << log.text();
 
     linux_platform::mapHost("fritz.box", "80", "127.0.0.1", std::to_string(router.scripted().port()));
     const std::size_t before = router.scripted().requestCount();
-    router.override = nullptr;
+    const std::size_t connections = router.scripted().connectionCount();
     router.setPhonebookExport("<phonebook/>");
     EXPECT_TRUE(box.sync(FilterTypes::Personal, token)) << log.text();
     EXPECT_EQ(router.scripted().requestCount() - before, 1u) << "the export alone after the outage";
     EXPECT_EQ(router.model().stats().exportFetches, 1u) << "served on the session held before the outage";
-    EXPECT_EQ(router.scripted().connectionCount(), 4u);
+    EXPECT_EQ(router.scripted().connectionCount(), connections + 1) << "a fresh connection after the outage";
 }
 
 }  // namespace

@@ -3,8 +3,9 @@
 // SPDX-License-Identifier: MIT
 
 #pragma once
-// The module's fixture, shared by the module tests and the benchmarks: the session and connection
-// of a FritzBox, and the router they talk to.
+// The module's fixture, shared by the module tests and the benchmarks: the module's exchange over
+// a connection of its own, and the router it talks to.
+#include <memory>
 #include <string>
 
 #include "FritzBox.h"
@@ -13,26 +14,28 @@
 #include "RouterExchange.h"
 #include "SecureTransport.h"
 
-// The session and the kept connection of a FritzBox, which no reply of the module shows.
-class FritzBoxTestAccess {
-public:
-    explicit FritzBoxTestAccess(FritzBox& box) : m_box(box) {}
+namespace testsupport {
 
-    // Lets the box hold `sid` as if a login had given it.
-    void adoptSession(const std::string& sid) { m_box.m_sid = sid; }
-    const std::string& session() const { return m_box.m_sid; }
-    bool hasKeptConnection() const { return m_box.m_secureConn != nullptr || m_box.m_transportContext != nullptr; }
-    void clearSecureConnection(bool force) { m_box.clearSecureConnection(force); }
-    // The module's requests over this box's kept connection.
-    fritzbox_detail::RouterRequests routerRequests() {
-        return fritzbox_detail::RouterRequests({m_box.m_transportContext, m_box.m_secureConn});
-    }
+// A kept connection of the module's exchange held outside any FritzBox, the way FritzBox holds its
+// own (a context and a connection, set and dropped together): the exchange's tests and the
+// download benchmark send the module's requests over it.
+class StandaloneConnection {
+public:
+    StandaloneConnection() = default;
+    StandaloneConnection(const StandaloneConnection&) = delete;
+    StandaloneConnection& operator=(const StandaloneConnection&) = delete;
+    ~StandaloneConnection() { drop(true); }
+
+    fritzbox_detail::RouterRequests requests() { return fritzbox_detail::RouterRequests(view()); }
+    bool kept() const { return m_context != nullptr || m_connection != nullptr; }
+    void drop(bool force) { fritzbox_detail::dropKeptConnection(view(), force); }
 
 private:
-    FritzBox& m_box;
-};
+    fritzbox_detail::KeptConnection view() { return {m_context, m_connection}; }
 
-namespace testsupport {
+    std::unique_ptr<SecureTransportContext> m_context;
+    std::unique_ptr<SecureConnection> m_connection;
+};
 
 using fritzbox_detail::kPictureDirectory;
 
