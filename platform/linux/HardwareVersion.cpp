@@ -5,47 +5,39 @@
 // The phone model of the Linux platform: chosen by the tool or test that stands in for the phone.
 #include "HardwareVersion.h"
 
-#include <atomic>
 #include <cstdlib>
 
 #include "AsciiText.h"
+#include "EnvironmentSetting.h"
 #include "LinuxPlatform.h"
 
 namespace {
 
-constexpr int kModelNotSet = -1;
-
-std::atomic<int> g_phoneModel{kModelNotSet};
-
-linux_platform::PhoneModel modelFromEnvironment() {
+int modelFromEnvironment() {
     const char* text = std::getenv("FRITZBOX_PHONE_MODEL");
     linux_platform::PhoneModel model = linux_platform::PhoneModel::Other;
     if (text == nullptr || !linux_platform::parsePhoneModel(text, model)) {
-        return linux_platform::PhoneModel::Other;
+        model = linux_platform::PhoneModel::Other;
     }
-    return model;
+    return static_cast<int>(model);
 }
+
+linux_platform::detail::EnvironmentSetting g_phoneModel{modelFromEnvironment, -1};
 
 }  // namespace
 
 namespace linux_platform {
 
 void setPhoneModel(PhoneModel model) {
-    g_phoneModel = static_cast<int>(model);
+    g_phoneModel.set(static_cast<int>(model));
 }
 
 void resetPhoneModel() {
-    g_phoneModel = kModelNotSet;
+    g_phoneModel.reset();
 }
 
 PhoneModel phoneModel() {
-    int model = g_phoneModel.load();
-    if (model == kModelNotSet) {
-        int expected = kModelNotSet;
-        g_phoneModel.compare_exchange_strong(expected, static_cast<int>(modelFromEnvironment()));
-        model = g_phoneModel.load();
-    }
-    return static_cast<PhoneModel>(model);
+    return static_cast<PhoneModel>(g_phoneModel.get());
 }
 
 bool parsePhoneModel(const std::string& text, PhoneModel& model) {

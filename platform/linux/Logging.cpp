@@ -11,7 +11,6 @@
 // of how much was left out. A sink gets the record as it came.
 #include "Logging.h"
 
-#include <atomic>
 #include <cerrno>
 #include <climits>
 #include <cstdarg>
@@ -20,16 +19,13 @@
 #include <mutex>
 #include <string>
 
+#include "EnvironmentSetting.h"
 #include "LinuxPlatform.h"
 
 namespace {
 
 constexpr int kAlwaysWrittenLevel = 2;
 constexpr std::size_t kMaxLineBytes = 4096;
-constexpr int kLevelNotSet = INT_MIN;
-
-std::atomic<int> g_logLevel{kLevelNotSet};
-
 // One lock for the sink and for writing, so that lines from several threads never interleave
 // and a sink is never called after setLogSink replaced it.
 std::mutex& logMutex() {
@@ -55,6 +51,8 @@ int levelFromEnvironment() {
     }
     return static_cast<int>(level);
 }
+
+linux_platform::detail::EnvironmentSetting g_logLevel{levelFromEnvironment, INT_MIN};
 
 PLATFORM_PRINTF_FORMAT(1, 0) std::string formatMessage(const char* format, va_list arguments) {
     va_list measuring;
@@ -124,21 +122,15 @@ void writeToStderr(const linux_platform::LogRecord& record) {
 namespace linux_platform {
 
 void setLogLevel(int level) {
-    g_logLevel = level;
+    g_logLevel.set(level);
 }
 
 void resetLogLevel() {
-    g_logLevel = kLevelNotSet;
+    g_logLevel.reset();
 }
 
 int logLevel() {
-    int level = g_logLevel.load();
-    if (level == kLevelNotSet) {
-        int expected = kLevelNotSet;
-        g_logLevel.compare_exchange_strong(expected, levelFromEnvironment());
-        level = g_logLevel.load();
-    }
-    return level;
+    return g_logLevel.get();
 }
 
 // The sink is called with the logging lock held: it must not log itself.
