@@ -282,6 +282,9 @@ TEST_F(HttpClientTest, CallerMistakesFailWithoutHarm) {
                   HttpClient::FAILURE)
             << host << " " << (headers.empty() ? "" : headers.begin()->first);
     }
+    HttpClient noConnection;
+    EXPECT_EQ(noConnection.sendRequest(nullptr, HttpClient::GET, 0, {}, "/", nullptr, 0, "", "", 1, 0),
+              HttpClient::FAILURE);
     EXPECT_EQ(router.requestCount(), 0u);
 
     SecureConnection other(context, "fritz.box", "80", 5, 5, true);
@@ -293,12 +296,56 @@ TEST_F(HttpClientTest, CallerMistakesFailWithoutHarm) {
     int length;
     HttpClient::HeaderMap headers;
     EXPECT_EQ(client.readResponse(&other, body, 100, status, length, headers), HttpClient::FAILURE);
-    EXPECT_EQ(client.readResponse(&connection, body, 1, status, length, headers), HttpClient::MORE_DATA);
+    EXPECT_EQ(client.readResponse(&connection, body, 0, status, length, headers), HttpClient::MORE_DATA);
+    EXPECT_EQ(body, "") << "a read of at most 0 bytes takes none";
+    EXPECT_EQ(client.readMoreData(&connection, body, 1), HttpClient::MORE_DATA);
     EXPECT_EQ(client.readMoreData(&other, body, 100), HttpClient::FAILURE);
     EXPECT_EQ(client.readMoreData(&connection, body, 100), HttpClient::SUCCESS);
     EXPECT_EQ(body, "GET");
     EXPECT_EQ(client.readMoreData(&connection, body, 100), HttpClient::SUCCESS) << "complete already";
     EXPECT_EQ(client.readMoreData(&other, body, 100), HttpClient::FAILURE);
+}
+
+// Each row: a request as the caller makes it and its head as the router receives it (request line,
+// then every header field): the method's name, Host with the port unless it is 80 and an IPv6
+// literal in brackets, a caller's own Host instead of the client's, and no caller framing field
+// (the client frames the message itself); Content-Length with a body and with every PUT or POST.
+TEST_F(HttpClientTest, RequestHeadsAsSent) {
+    router.mapAs("::1", "80");
+    router.mapAs("fritz.box", "8080");
+    const struct {
+        Request request;
+        std::string head;
+    } rows[] = {
+        {{HttpClient::PUT, "/p", "fritz.box", "80", "x"},
+         "PUT /p|Host: fritz.box|Content-Length: 1|Connection: keep-alive"},
+        {{HttpClient::PUT, "/p", "fritz.box", "80"}, "PUT /p|Host: fritz.box|Content-Length: 0|Connection: keep-alive"},
+        {{HttpClient::DELETE, "/d"}, "DELETE /d|Host: fritz.box|Connection: keep-alive"},
+        {{HttpClient::HEAD, "/h", "::1"}, "HEAD /h|Host: [::1]|Connection: keep-alive"},
+        {{HttpClient::GET, "/g", "fritz.box", "8080"}, "GET /g|Host: fritz.box:8080|Connection: keep-alive"},
+        {{HttpClient::GET,
+          "/g",
+          "fritz.box",
+          "80",
+          {},
+          {},
+          {},
+          true,
+          0,
+          {{"Host", "caller.test"}, {"connection", "upgrade"}, {"X-Kept", "1"}}},
+         "GET /g|Host: caller.test|X-Kept: 1|Connection: keep-alive"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.head);
+        SecureConnection connection(context, row.request.host, row.request.port, 5, 5, true);
+        EXPECT_EQ(exchange(connection, row.request)["result"], "complete");
+        const ReceivedRequest sent = router.requests().back();
+        std::string head = sent.method + " " + sent.target;
+        for (const auto& [name, value] : sent.headers) {
+            head += "|" + name + ": " + value;
+        }
+        EXPECT_EQ(head, row.head);
+    }
 }
 
 // A redirect to another host reaches that host, and the next request to the router goes back to
