@@ -35,24 +35,6 @@ ModelRouter::ModelRouter(routersim::SimulatorOptions options, routersim::RouterD
     m_model.setOwnHost("fritz.box:80");
 }
 
-void ModelRouter::setCallList(std::string csv) {
-    routersim::RouterData data = m_model.data();
-    data.callListCsv = std::move(csv);
-    m_model.setData(std::move(data));
-}
-
-void ModelRouter::setPhonebookExport(std::string xml) {
-    routersim::RouterData data = m_model.data();
-    data.phonebookXml = std::move(xml);
-    m_model.setData(std::move(data));
-}
-
-void ModelRouter::setPhotos(std::map<std::string, std::string> photos) {
-    routersim::RouterData data = m_model.data();
-    data.photos = std::move(photos);
-    m_model.setData(std::move(data));
-}
-
 std::vector<std::string> ModelRouter::targets() const {
     std::vector<std::string> result;
     for (const ReceivedRequest& request : m_router.requests()) {

@@ -11,6 +11,7 @@
 #include <functional>
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "RouterModel.h"
@@ -37,9 +38,15 @@ public:
     explicit ModelRouter(routersim::SimulatorOptions options, routersim::RouterData data = {});
 
     routersim::RouterModel& model() { return m_model; }
-    void setCallList(std::string csv);
-    void setPhonebookExport(std::string xml);
-    void setPhotos(std::map<std::string, std::string> photos);  // router path -> bytes
+    void setCallList(std::string csv) {
+        editData([&csv](routersim::RouterData& data) { data.callListCsv = std::move(csv); });
+    }
+    void setPhonebookExport(std::string xml) {
+        editData([&xml](routersim::RouterData& data) { data.phonebookXml = std::move(xml); });
+    }
+    void setPhotos(std::map<std::string, std::string> photos) {  // router path -> bytes
+        editData([&photos](routersim::RouterData& data) { data.photos = std::move(photos); });
+    }
     std::string callList() const { return m_model.data().callListCsv; }
     std::string phonebookExport() const { return m_model.data().phonebookXml; }
 
@@ -51,6 +58,12 @@ public:
     std::size_t count(const std::string& targetPrefix) const;
 
 private:
+    template <typename Edit>
+    void editData(Edit edit) {
+        routersim::RouterData data = m_model.data();
+        edit(data);
+        m_model.setData(std::move(data));
+    }
     ScriptedReply answer(const ReceivedRequest& request);
 
     routersim::RouterModel m_model;
