@@ -172,10 +172,9 @@ bool FritzBox::isValidSid() {
 }
 
 bool FritzBox::getSid() {
-    const KeptConnection kept{m_transportContext, m_secureConn};
     std::string challenge;
     // A failed first request does not stop the login: it goes on with an empty challenge.
-    RouterReply info = RouterRequests(kept).get(kLoginPath);
+    RouterReply info = RouterRequests(m_transportContext, m_secureConn).get(kLoginPath);
     if (info.ok) {
         if (!readChallenge(info.body, challenge)) {
             FRITZBOX_LOG(2, "getSid() could not find challenge='%s'", info.body.c_str());
@@ -187,7 +186,7 @@ bool FritzBox::getSid() {
     const std::string response = loginResponse(challenge, m_password);
     FRITZBOX_TRACE("getSid() response='%s'", response.c_str());
 
-    RouterReply login = RouterRequests(kept).get(loginTarget(m_username, response));
+    RouterReply login = RouterRequests(m_transportContext, m_secureConn).get(loginTarget(m_username, response));
     if (login.ok) {
         if (!readSessionId(login.body, m_sid)) {
             FRITZBOX_LOG(2, "getSid() could not find SID in response\n'%s'", login.body.c_str());
@@ -200,8 +199,7 @@ bool FritzBox::getSid() {
 }
 
 void FritzBox::invalidateSid() {
-    const KeptConnection kept{m_transportContext, m_secureConn};
-    RouterReply logout = RouterRequests(kept).get(logoutTarget(m_sid));
+    RouterReply logout = RouterRequests(m_transportContext, m_secureConn).get(logoutTarget(m_sid));
     if (!logout.ok) {
         return;
     }
@@ -217,14 +215,13 @@ void FritzBox::invalidateSid() {
 // Call list
 
 bool FritzBox::retrieveCallLogData(std::string& out) {
-    const KeptConnection kept{m_transportContext, m_secureConn};
     m_missedXml.clear();
     m_placedXml.clear();
     m_receivedXml.clear();
     m_callListSize = kMaxCallListRecords;
     m_callLogIds.clear();
 
-    const RouterReply list = RouterRequests(kept).get(callListTarget(m_sid));
+    const RouterReply list = RouterRequests(m_transportContext, m_secureConn).get(callListTarget(m_sid));
     // An unchanged list costs one digest and nothing more.
     if (!list.ok || !replaceTokenIfChanged(list.body, out)) {
         return false;
@@ -285,12 +282,11 @@ std::string FritzBox::getMultiPartData() {
 }
 
 bool FritzBox::retrievePhonebookData(std::string& out) {
-    const KeptConnection kept{m_transportContext, m_secureConn};
     m_phonebookXml.clear();
     m_phoneBookSize = 0;
 
-    const RouterReply exported =
-        RouterRequests(kept).post(kExportTarget, getMultiPartData(), {{"Content-Type", exportContentType()}});
+    const RouterReply exported = RouterRequests(m_transportContext, m_secureConn)
+                                     .post(kExportTarget, getMultiPartData(), {{"Content-Type", exportContentType()}});
     // Whatever the exchange accepted is taken as the export; the status is not looked at.
     if (!exported.ok || !replaceTokenIfChanged(exported.body, out)) {
         return false;
@@ -327,11 +323,10 @@ void FritzBox::handleSinglePhonebookRecord(std::string& record) {
 }
 
 bool FritzBox::retrieveContactImage(std::string& imageURL, std::string& imageFile) {
-    const KeptConnection kept{m_transportContext, m_secureConn};
     FRITZBOX_TRACE("retrieveContactImage() imageURL[%s]", imageURL.c_str());
     const PictureTarget target = pictureTarget(imageURL);
     imageURL = target.location;
-    const RouterReply photo = RouterRequests(kept).get(photoTarget(target.location, m_sid));
+    const RouterReply photo = RouterRequests(m_transportContext, m_secureConn).get(photoTarget(target.location, m_sid));
     if (!photo.ok) {
         return false;
     }

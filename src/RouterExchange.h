@@ -48,6 +48,8 @@ struct RouterReply {
 class RouterRequests {
 public:
     explicit RouterRequests(KeptConnection kept) : m_kept(kept) {}
+    RouterRequests(std::unique_ptr<SecureTransportContext>& context, std::unique_ptr<SecureConnection>& connection)
+        : m_kept{context, connection} {}
 
     RouterReply get(const std::string& path);
     RouterReply post(const std::string& path, const std::string& body, HttpClientIfc::HeaderMap headers);
