@@ -6,6 +6,7 @@
 // Locale-independent ASCII case handling for protocol text (host names, header names, tokens).
 #include <algorithm>
 #include <string>
+#include <string_view>
 
 namespace linux_platform {
 namespace detail {
@@ -19,7 +20,8 @@ inline std::string toLowerAscii(std::string text) {
     return text;
 }
 
-inline bool equalsIgnoreCase(const std::string& a, const std::string& b) {
+// Views, so that comparing with a literal builds no string.
+inline bool equalsIgnoreCase(std::string_view a, std::string_view b) {
     return a.size() == b.size() &&
            std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) { return toLowerAscii(x) == toLowerAscii(y); });
 }

@@ -167,7 +167,7 @@ bool parseChunkSize(const std::string& line, std::uint64_t limit, std::uint64_t&
     return true;
 }
 
-std::string headerValue(const HeaderMap& headers, const std::string& name) {
+std::string headerValue(const HeaderMap& headers, std::string_view name) {
     std::string joined;
     for (const auto& header : headers) {
         if (detail::equalsIgnoreCase(header.first, name)) {
@@ -177,7 +177,7 @@ std::string headerValue(const HeaderMap& headers, const std::string& name) {
     return joined;
 }
 
-bool hasHeader(const HeaderMap& headers, const std::string& name) {
+bool hasHeader(const HeaderMap& headers, std::string_view name) {
     for (const auto& header : headers) {
         if (detail::equalsIgnoreCase(header.first, name)) {
             return true;
@@ -186,14 +186,14 @@ bool hasHeader(const HeaderMap& headers, const std::string& name) {
     return false;
 }
 
-bool hasToken(const std::string& list, const std::string& token) {
+bool hasToken(const std::string& list, std::string_view token) {
     bool found = false;
     forEachListElement(list,
                        [&](const std::string& element) { found = found || detail::equalsIgnoreCase(element, token); });
     return found;
 }
 
-bool isSoleToken(const std::string& list, const std::string& token) {
+bool isSoleToken(const std::string& list, std::string_view token) {
     std::size_t count = 0;
     bool matches = false;
     forEachListElement(list, [&](const std::string& element) {

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <map>
 #include <string>
+#include <string_view>
 
 namespace linux_platform {
 namespace http {
@@ -40,12 +41,12 @@ bool parseContentLength(const std::string& value, std::uint64_t limit, std::uint
 bool parseChunkSize(const std::string& line, std::uint64_t limit, std::uint64_t& size);
 
 // The values of all headers called `name` (compared without case), joined with ", ".
-std::string headerValue(const HeaderMap& headers, const std::string& name);
-bool hasHeader(const HeaderMap& headers, const std::string& name);
+std::string headerValue(const HeaderMap& headers, std::string_view name);
+bool hasHeader(const HeaderMap& headers, std::string_view name);
 // True when the comma-separated `list` holds `token` (compared without case).
-bool hasToken(const std::string& list, const std::string& token);
+bool hasToken(const std::string& list, std::string_view token);
 // True when the comma-separated `list` holds `token` and nothing else (compared without case).
-bool isSoleToken(const std::string& list, const std::string& token);
+bool isSoleToken(const std::string& list, std::string_view token);
 
 // The host named by a Location value: "http://host:8080/x" -> "host", "http://[::1]/" -> "::1";
 // empty for a relative reference.
