@@ -57,8 +57,12 @@ std::string contents(const std::string& path) {
 
 using PhonebookTest = ModuleTest;
 
+// Contacts without a name or without numbers are left out; a contact cut off by the end of the
+// export is no contact.
 TEST_F(PhonebookTest, FetchWithChangeToken) {
-    router.setPhonebookExport("<phonebook><contact" + contact("Anna", "0301") + "</contact><contact" +
+    router.setPhonebookExport("<phonebook><contact" + contact("Anna", "0301") +
+                              "</contact><contact><person></person><telephony><number id=\"0\">0303</number>"
+                              "</telephony></contact><contact><realName>Dora</realName></contact><contact" +
                               contact("Bert", "0302") + "</contact><contact><realName>Cleo</realName>");
     ASSERT_TRUE(box.sync(kPersonal, token));
     EXPECT_EQ(token, Cryptographer().md5(router.phonebookExport()));
@@ -75,6 +79,17 @@ TEST_F(PhonebookTest, FetchWithChangeToken) {
     EXPECT_EQ(box.getData(kPersonal), empty);
     EXPECT_EQ(router.targets().back(), kExportTarget);
     EXPECT_EQ(router.requests().back().body, exportFormBody(kSid));
+
+    // An export the exchange reads in several pieces arrives whole.
+    std::string large = "<phonebook>", entries;
+    for (int i = 0; i < 5000; ++i) {
+        large += "<contact" + contact("Contact " + std::to_string(i), "0301") + "</contact>";
+        entries += entry("Contact " + std::to_string(i));
+    }
+    ASSERT_GT(large.size(), 2u * 204800) << "more than two reads";
+    router.setPhonebookExport(large);
+    EXPECT_TRUE(box.sync(kPersonal, token));
+    EXPECT_EQ(box.getData(kPersonal), personalDocument(5000, entries));
 }
 
 // Each row: a record and the entry's name and number, or why it is skipped and what that shows.

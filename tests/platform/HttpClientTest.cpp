@@ -164,6 +164,7 @@ TEST_F(HttpClientTest, ConnectFailuresThrowReadableErrorsInTime) {
     ASSERT_TRUE(!silentDns || ::bind(nameServer, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0);
     const std::string closedPort = std::to_string(ScriptedRouter().port());  // nobody listens there now
     linux_platform::mapHost("closed.box", "80", "127.0.0.1", closedPort);
+    linux_platform::mapHost("closed6.box", "80", "::1", closedPort);
     // A listener whose queue (of one) is full drops the SYN of every further connect, which then times out.
     const int full = listenAs("full.box");
     SecureConnection queued(context, "full.box", "80", 2, 2, true);
@@ -172,6 +173,7 @@ TEST_F(HttpClientTest, ConnectFailuresThrowReadableErrorsInTime) {
         bool plainText;
         std::string error;
     } rows[] = {{"closed.box", true, "closed.box:80 (127.0.0.1:" + closedPort + "): Connection refused"},
+                {"closed6.box", true, "closed6.box:80 ([::1]:" + closedPort + "): Connection refused"},
                 {"no-such-host.invalid", true,
                  silentDns ? "no answer from the name service in time" : "resolve host 'no-such-host.invalid': "},
                 {"full.box", true, "): timed out"},
