@@ -12,11 +12,13 @@
 #include <fiu-control.h>
 #include <fiu.h>
 #include <gtest/gtest.h>
+#include <pthread.h>
 #include <signal.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -26,6 +28,7 @@
 #include "LinuxPlatform.h"
 #include "ModelRouter.h"
 #include "SimulatorProcess.h"
+#include "StopSignals.h"
 #include "TokenFile.h"
 
 namespace {
@@ -193,7 +196,23 @@ protected:
         std::filesystem::permissions(program, std::filesystem::perms::owner_all);
         return program;
     }
+    // One that blocks SIGTERM and SIGINT and never says where it listens, as a simulator stuck
+    // loading its data does.
+    std::string stalledSimulator() {
+        const std::string program = std::string(FAULTS_SCRATCH) + "/stalled-simulator";
+        std::ofstream(program) << "#!/bin/sh\ntrap '' TERM INT\necho $$ > " << pidFile() << "\nexec sleep 60\n";
+        std::filesystem::permissions(program, std::filesystem::perms::owner_all);
+        std::filesystem::remove(pidFile());
+        return program;
+    }
     std::string pidFile() const { return std::string(FAULTS_SCRATCH) + "/fake-simulator.pid"; }
+    // Waits a little for the child's end: it is reaped by then, but the pid file may be new.
+    bool childGoneSoon() const {
+        for (int wait = 0; wait < 100 && !childGone(); ++wait) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+        return childGone();
+    }
     bool childGone() const {
         const pid_t pid = std::stoi(contentOf(pidFile()));
         return ::kill(pid, 0) != 0 && errno == ESRCH;
@@ -229,11 +248,44 @@ TEST_F(ChildFaults, AStopWhoseSignalOrWaitFailsStillEndsTheChildWithoutWaitingOu
             simulator.reset();
         }
         EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(1)) << point;
-        for (int wait = 0; wait < 100 && !childGone(); ++wait) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        }
-        EXPECT_TRUE(childGone()) << point;
+        EXPECT_TRUE(childGoneSoon()) << point;
     }
+}
+
+// A simulator that stays silent fails the start at its bound, and one that ignores SIGTERM is
+// killed once its grace is over: the start never hangs, and no simulator is left behind.
+TEST_F(ChildFaults, AStalledSimulatorFailsTheStartAndIsKilled) {
+    const auto started = std::chrono::steady_clock::now();
+    try {
+        host::SimulatorProcess(stalledSimulator(), {}, {200, 200});
+        ADD_FAILURE() << "started";
+    } catch (const std::runtime_error& error) {
+        EXPECT_STREQ(error.what(), "the router simulator did not report its address in time");
+    }
+    EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(2));
+    EXPECT_TRUE(childGoneSoon());
+}
+
+// A stop signal while the start waits ends the wait at once (the default bound is 10 s). Last in
+// this program: the signal stays noted.
+TEST_F(ChildFaults, AStopSignalEndsTheWaitForTheSimulator) {
+    host::installStopSignals();
+    const pthread_t waiting = ::pthread_self();
+    std::thread signaller([waiting] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(200));
+        ::pthread_kill(waiting, SIGTERM);
+    });
+    const auto started = std::chrono::steady_clock::now();
+    try {
+        host::SimulatorProcess(stalledSimulator(), {}, {10000, 100});
+        ADD_FAILURE() << "started";
+    } catch (const std::runtime_error& error) {
+        EXPECT_STREQ(error.what(), "stopped by a signal while waiting for the router simulator");
+    }
+    signaller.join();
+    EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(2));
+    EXPECT_EQ(host::stopSignal(), SIGTERM);
+    EXPECT_TRUE(childGoneSoon());
 }
 
 }  // namespace

@@ -23,16 +23,16 @@
 namespace host {
 namespace {
 
-// A simulator that loads its data and binds in well under a second; more means it hangs.
-constexpr int kStartTimeoutMs = 10000;
 const std::string kListeningPrefix = "listening on ";
 
 }  // namespace
 
-SimulatorProcess::SimulatorProcess(const std::string& program, const std::vector<std::string>& arguments) {
+SimulatorProcess::SimulatorProcess(const std::string& program, const std::vector<std::string>& arguments,
+                                   SimulatorBounds bounds)
+    : m_bounds(bounds) {
     spawn(program, arguments);
     try {
-        const std::string line = readLine(kStartTimeoutMs);
+        const std::string line = readLine(m_bounds.startMs);
         if (line.compare(0, kListeningPrefix.size(), kListeningPrefix) != 0 ||
             !linux_platform::parseAddressAndPort(line.substr(kListeningPrefix.size()), "", m_address, m_port)) {
             throw std::runtime_error(program + " printed '" + line + "' instead of 'listening on ADDRESS:PORT'");
@@ -137,12 +137,12 @@ std::string SimulatorProcess::readLine(int timeoutMs) {
     }
 }
 
-// Asks the simulator to end and gives it kStopGraceMs; one that does not (it may be stuck
+// Asks the simulator to end and gives it the grace of its bounds; one that does not (it may be stuck
 // loading its data, with SIGTERM blocked) is killed, so that stopping never hangs.
 // A simulator that cannot even be signalled is left to itself rather than waited for forever.
 void SimulatorProcess::stop() {
     if (m_pid > 0) {
-        const bool ended = kill(m_pid, SIGTERM) == 0 && reapWithin(kStopGraceMs);
+        const bool ended = kill(m_pid, SIGTERM) == 0 && reapWithin(m_bounds.stopGraceMs);
         if (!ended && kill(m_pid, SIGKILL) == 0) {
             while (waitpid(m_pid, nullptr, 0) < 0 && errno == EINTR) {
             }

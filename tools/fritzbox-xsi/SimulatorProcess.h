@@ -12,12 +12,20 @@
 
 namespace host {
 
+// How long the simulator may take to say where it listens, and to end once asked to.
+struct SimulatorBounds {
+    int startMs = 10000;  // it loads its data and binds in well under a second; more means it hangs
+    int stopGraceMs = 2000;
+};
+
 class SimulatorProcess {
 public:
     // Starts `program` with `arguments` and waits for its "listening on ADDRESS:PORT" line.
-    // Throws std::runtime_error when it cannot be started or ends or stays silent instead.
-    SimulatorProcess(const std::string& program, const std::vector<std::string>& arguments);
-    ~SimulatorProcess();  // ends the simulator (SIGTERM, SIGKILL after kStopGraceMs) and reaps it
+    // Throws std::runtime_error when it cannot be started or ends or stays silent instead, or when
+    // a stop signal arrives while it waits.
+    SimulatorProcess(const std::string& program, const std::vector<std::string>& arguments,
+                     SimulatorBounds bounds = {});
+    ~SimulatorProcess();  // ends the simulator (SIGTERM, SIGKILL after the grace) and reaps it
     SimulatorProcess(const SimulatorProcess&) = delete;
     SimulatorProcess& operator=(const SimulatorProcess&) = delete;
 
@@ -31,8 +39,7 @@ private:
     void stop();
     bool reapWithin(int timeoutMs);  // true when the simulator ended within the time
 
-    static constexpr int kStopGraceMs = 2000;
-
+    const SimulatorBounds m_bounds;
     pid_t m_pid = -1;
     int m_output = -1;  // read end of the simulator's stdout
     std::string m_address;
