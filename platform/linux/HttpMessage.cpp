@@ -30,8 +30,8 @@ int hexDigitValue(char c) {
 
 // RFC 9110 token characters, which header names consist of.
 bool isTokenChar(char c) {
-    static const std::string kSeparators = "()<>@,;:\\\"/[]?={} \t";
-    return c > 0x20 && c < 0x7f && kSeparators.find(c) == std::string::npos;
+    constexpr std::string_view kSeparators = "()<>@,;:\\\"/[]?={} \t";
+    return c > 0x20 && c < 0x7f && kSeparators.find(c) == std::string_view::npos;
 }
 
 std::string trimBlanks(const std::string& text) {
@@ -220,13 +220,13 @@ std::string hostOfLocation(const std::string& location) {
 }
 
 std::string encodeRequestTarget(const std::string& target) {
-    static const std::string kNeedEncoding = "\"<>\\^`{|}";
+    constexpr std::string_view kNeedEncoding = "\"<>\\^`{|}";
     static const char kHexDigits[] = "0123456789ABCDEF";
     std::string encoded;
     encoded.reserve(target.size());
     for (const char c : target) {
         const auto byte = static_cast<unsigned char>(c);
-        if (byte <= 0x20 || byte >= 0x7f || kNeedEncoding.find(c) != std::string::npos) {
+        if (byte <= 0x20 || byte >= 0x7f || kNeedEncoding.find(c) != std::string_view::npos) {
             encoded += '%';
             encoded += kHexDigits[byte >> 4];
             encoded += kHexDigits[byte & 0x0f];
