@@ -182,7 +182,15 @@ INSTANTIATE_TEST_SUITE_P(Calls, TransportFaults,
                                            TransportRow{"posix/io/net/send", EPIPE, false, true},
                                            TransportRow{"posix/io/net/recv", ECONNRESET, false, false},
                                            TransportRow{"posix/io/net/poll", EINVAL, true, true},
-                                           TransportRow{"posix/io/net/recv", ECONNRESET, true, true}));
+                                           TransportRow{"posix/io/net/recv", ECONNRESET, true, true},
+                                           // the first receive is the look whether the connection is still clean:
+                                           // one that cannot be looked at is replaced
+                                           TransportRow{"posix/io/net/recv", EIO, false, false},
+                                           // interrupted or not ready yet: tried again
+                                           TransportRow{"posix/io/net/send", EINTR, false, false},
+                                           TransportRow{"posix/io/net/send", EAGAIN, false, false},
+                                           TransportRow{"posix/io/net/recv", EINTR, false, false},
+                                           TransportRow{"posix/io/net/poll", EINTR, false, false}));
 
 // ---- the demo's child: failures end the start or the stop promptly ----
 
@@ -264,6 +272,17 @@ TEST_F(ChildFaults, AStalledSimulatorFailsTheStartAndIsKilled) {
     }
     EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(2));
     EXPECT_TRUE(childGoneSoon());
+}
+
+// Signal handling that cannot be set up is an error, not a program that dies at the first Ctrl-C.
+TEST_F(Faults, SignalHandlingThatCannotBeSetUpIsAnError) {
+    const Fault fault("posix/proc/sigaction", 1, EINVAL);
+    try {
+        host::installStopSignals();
+        ADD_FAILURE() << "installed";
+    } catch (const std::runtime_error& error) {
+        EXPECT_STREQ(error.what(), "cannot set up signal handling (sigaction): Invalid argument");
+    }
 }
 
 // A stop signal while the start waits ends the wait at once (the default bound is 10 s). Last in

@@ -151,11 +151,14 @@ run_sync 0 '<placed>' calllogs "${ROUTER[@]}" --log-level 0
 check "log level 0: nothing on stderr" test ! -s "$ERR"
 expect 0 'getSid\(\) m_sid=' env FRITZBOX_LOG_LEVEL=6 "${HOST[@]}" sync calllogs "${ROUTER[@]}" --user admin
 expect 0 '/data/images/fritzbox/' env FRITZBOX_PHONE_MODEL=tern "${HOST[@]}" sync directory "${ROUTER[@]}" --user admin
-# The token file keeps its mode, and a link to it stays a link whose target is replaced.
+# The token file keeps its mode, and links to it (an absolute one to a relative one) stay links
+# whose target is replaced.
 printf 'x\n' >"$WORK/mode-token" && chmod 640 "$WORK/mode-token" && ln -s mode-token "$WORK/token-link"
-run_sync 0 '<numberOfRecords>' directory "${ROUTER[@]}" --token-file "$WORK/token-link"
+ln -s "$WORK/token-link" "$WORK/token-link-absolute"
+run_sync 0 '<numberOfRecords>' directory "${ROUTER[@]}" --token-file "$WORK/token-link-absolute"
 check "token: the mode kept" test "$(stat -c %a "$WORK/mode-token")" = 640
-check "token: the link kept, its target replaced" test -L "$WORK/token-link" -a "$(wc -c <"$WORK/mode-token")" = 33
+check "token: the links kept, their target replaced" test -L "$WORK/token-link" -a -L "$WORK/token-link-absolute" \
+    -a "$(wc -c <"$WORK/mode-token")" = 33
 # Repeated syncs: each document ends with a NUL byte.
 run_sync 1 '<numberOfRecords>' directory "${ROUTER[@]}" --repeat 2
 check "repeat: two NUL-ended documents" test "$(tr -cd '\0' <"$OUT" | wc -c)" = 2
@@ -246,11 +249,14 @@ if unshare -m true 2>/dev/null; then
         'mount -t tmpfs -o ro tmpfs /data/images && exec "$@"' _ "${EMULATOR[@]}" "$WORK/bin/fritzbox-xsi" demo
 fi
 # A router that refuses the call list, the export and the photos fails both syncs, and the demo
-# says so although the syncs with unchanged data and the pictures went as they should.
+# says so although the syncs with unchanged data and the pictures went as they should (the data
+# named this time: the sample's own directory).
 mkdir "$WORK/refusing" && cp "$4" "$WORK/refusing/fritzbox-xsi"
 printf '#!/bin/sh\nexec "%s" "$@" --force-status 500\n' "$(readlink -f "$SIM")" >"$WORK/refusing/fritzbox-router-sim"
 chmod +x "$WORK/refusing/fritzbox-router-sim"
-expect 1 '^Demo did NOT go as expected' "${EMULATOR[@]}" "$WORK/refusing/fritzbox-xsi" demo
+expect 1 '^Demo did NOT go as expected' "${EMULATOR[@]}" "$WORK/refusing/fritzbox-xsi" demo \
+    --data "$(dirname "$0")/../../data/sample-router"
+check "demo: the data directory named" grep -q "serving $(dirname "$0")/../../data/sample-router$" "$OUT"
 
 echo "host e2e: $CHECKS checks, $FAILED failed"
 [ "$FAILED" -eq 0 ]

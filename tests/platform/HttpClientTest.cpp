@@ -165,6 +165,7 @@ TEST_F(HttpClientTest, ConnectFailuresThrowReadableErrorsInTime) {
     const std::string closedPort = std::to_string(ScriptedRouter().port());  // nobody listens there now
     linux_platform::mapHost("closed.box", "80", "127.0.0.1", closedPort);
     linux_platform::mapHost("closed6.box", "80", "::1", closedPort);
+    linux_platform::mapHost("mapped.box", "80", "no-such-host.invalid", "80");
     // A listener whose queue (of one) is full drops the SYN of every further connect, which then times out.
     const int full = listenAs("full.box");
     SecureConnection queued(context, "full.box", "80", 2, 2, true);
@@ -176,6 +177,7 @@ TEST_F(HttpClientTest, ConnectFailuresThrowReadableErrorsInTime) {
                 {"closed6.box", true, "closed6.box:80 ([::1]:" + closedPort + "): Connection refused"},
                 {"no-such-host.invalid", true,
                  silentDns ? "no answer from the name service in time" : "resolve host 'no-such-host.invalid': "},
+                {"mapped.box", true, "cannot resolve host 'mapped.box' (mapped to 'no-such-host.invalid'): "},
                 {"full.box", true, "): timed out"},
                 {"fritz.box", false, "TLS is not available"}};
     for (const auto& row : rows) {
