@@ -141,6 +141,7 @@ TEST_F(Faults, AnUnreadableTokenFileIsAnErrorNotAnEmptyToken) {
 
 struct TransportRow {
     const char* point;
+    int nth;  // the first receive of an exchange is the look at the idle connection, the second reads
     int error;
     bool every;
     bool syncFails;  // false: the platform gets past the failed call (a fresh connection) by itself
@@ -160,7 +161,7 @@ TEST_P(TransportFaults, AFailedCallFailsTheSyncWithAReasonOrIsGotPastAndTheNextS
     int calls = 0;
     bool synced = false;
     {
-        const Fault fault(GetParam().point, 1, GetParam().error, GetParam().every);
+        const Fault fault(GetParam().point, GetParam().nth, GetParam().error, GetParam().every);
         synced = box.sync(Broadsoft::Filters::CallLogs, token);
         calls = fault.calls();
     }
@@ -177,20 +178,22 @@ TEST_P(TransportFaults, AFailedCallFailsTheSyncWithAReasonOrIsGotPastAndTheNextS
 }
 
 INSTANTIATE_TEST_SUITE_P(Calls, TransportFaults,
-                         ::testing::Values(TransportRow{"posix/io/net/socket", EMFILE, false, true},
-                                           TransportRow{"posix/io/net/connect", ECONNREFUSED, false, true},
-                                           TransportRow{"posix/io/net/send", EPIPE, false, true},
-                                           TransportRow{"posix/io/net/recv", ECONNRESET, false, false},
-                                           TransportRow{"posix/io/net/poll", EINVAL, true, true},
-                                           TransportRow{"posix/io/net/recv", ECONNRESET, true, true},
+                         ::testing::Values(TransportRow{"posix/io/net/socket", 1, EMFILE, false, true},
+                                           TransportRow{"posix/io/net/connect", 1, ECONNREFUSED, false, true},
+                                           TransportRow{"posix/io/net/send", 1, EPIPE, false, true},
+                                           TransportRow{"posix/io/net/recv", 1, ECONNRESET, false, false},
+                                           TransportRow{"posix/io/net/poll", 1, EINVAL, true, true},
+                                           TransportRow{"posix/io/net/recv", 1, ECONNRESET, true, true},
                                            // the first receive is the look whether the connection is still clean:
                                            // one that cannot be looked at is replaced
-                                           TransportRow{"posix/io/net/recv", EIO, false, false},
+                                           TransportRow{"posix/io/net/recv", 1, EIO, false, false},
+                                           TransportRow{"posix/io/net/recv", 2, EIO, false, true},
                                            // interrupted or not ready yet: tried again
-                                           TransportRow{"posix/io/net/send", EINTR, false, false},
-                                           TransportRow{"posix/io/net/send", EAGAIN, false, false},
-                                           TransportRow{"posix/io/net/recv", EINTR, false, false},
-                                           TransportRow{"posix/io/net/poll", EINTR, false, false}));
+                                           TransportRow{"posix/io/net/send", 1, EINTR, false, false},
+                                           TransportRow{"posix/io/net/send", 1, EAGAIN, false, false},
+                                           TransportRow{"posix/io/net/recv", 1, EINTR, false, false},
+                                           TransportRow{"posix/io/net/recv", 2, EINTR, false, false},
+                                           TransportRow{"posix/io/net/poll", 1, EINTR, false, false}));
 
 // ---- the demo's child: failures end the start or the stop promptly ----
 
