@@ -277,6 +277,23 @@ TEST_F(ChildFaults, AStalledSimulatorFailsTheStartAndIsKilled) {
     EXPECT_TRUE(childGoneSoon());
 }
 
+// A simulator that ends on SIGTERM is given the time to end its own way, and is not waited for
+// longer than it takes.
+TEST_F(ChildFaults, ASimulatorThatEndsOnSigtermEndsItsOwnWay) {
+    const std::string program = std::string(FAULTS_SCRATCH) + "/ending-simulator";
+    const std::string ended = std::string(FAULTS_SCRATCH) + "/ending-simulator.ended";
+    std::filesystem::remove(ended);
+    std::ofstream(program) << "#!/bin/sh\ntrap 'kill $child; echo ended > " << ended << "; exit 0' TERM\n"
+                           << "echo 'listening on 127.0.0.1:1'\nsleep 60 & child=$!\nwait\n";
+    std::filesystem::permissions(program, std::filesystem::perms::owner_all);
+    const auto started = std::chrono::steady_clock::now();
+    std::optional<host::SimulatorProcess> simulator(std::in_place, program, std::vector<std::string>{},
+                                                    host::SimulatorBounds{10000, 5000});
+    simulator.reset();
+    EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(4));
+    EXPECT_EQ(contentOf(ended), "ended\n") << "killed instead of asked";
+}
+
 // Signal handling that cannot be set up is an error, not a program that dies at the first Ctrl-C.
 TEST_F(Faults, SignalHandlingThatCannotBeSetUpIsAnError) {
     const Fault fault("posix/proc/sigaction", 1, EINVAL);
