@@ -72,6 +72,17 @@ protected:
     static void SetUpTestSuite() { fiu_init(0); }
 };
 
+// The text of the std::runtime_error that `work` throws; "no error" when it throws none.
+template <typename Work>
+std::string errorOf(Work work) {
+    try {
+        work();
+    } catch (const std::runtime_error& error) {
+        return error.what();
+    }
+    return "no error";
+}
+
 std::string contentOf(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
@@ -267,12 +278,10 @@ TEST_F(ChildFaults, AStopWhoseSignalOrWaitFailsStillEndsTheChildWithoutWaitingOu
 // killed once its grace is over: the start never hangs, and no simulator is left behind.
 TEST_F(ChildFaults, AStalledSimulatorFailsTheStartAndIsKilled) {
     const auto started = std::chrono::steady_clock::now();
-    try {
-        host::SimulatorProcess(stalledSimulator(), {}, {200, 200});
-        ADD_FAILURE() << "started";
-    } catch (const std::runtime_error& error) {
-        EXPECT_STREQ(error.what(), "the router simulator did not report its address in time");
-    }
+    EXPECT_EQ(errorOf([this] {
+                  host::SimulatorProcess(stalledSimulator(), {}, {200, 200});
+              }),
+              "the router simulator did not report its address in time");
     EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(2));
     EXPECT_TRUE(childGoneSoon());
 }
@@ -297,12 +306,7 @@ TEST_F(ChildFaults, ASimulatorThatEndsOnSigtermEndsItsOwnWay) {
 // Signal handling that cannot be set up is an error, not a program that dies at the first Ctrl-C.
 TEST_F(Faults, SignalHandlingThatCannotBeSetUpIsAnError) {
     const Fault fault("posix/proc/sigaction", 1, EINVAL);
-    try {
-        host::installStopSignals();
-        ADD_FAILURE() << "installed";
-    } catch (const std::runtime_error& error) {
-        EXPECT_STREQ(error.what(), "cannot set up signal handling (sigaction): Invalid argument");
-    }
+    EXPECT_EQ(errorOf(host::installStopSignals), "cannot set up signal handling (sigaction): Invalid argument");
 }
 
 // A stop signal while the start waits ends the wait at once (the default bound is 10 s). Last in
@@ -315,12 +319,10 @@ TEST_F(ChildFaults, AStopSignalEndsTheWaitForTheSimulator) {
         ::pthread_kill(waiting, SIGTERM);
     });
     const auto started = std::chrono::steady_clock::now();
-    try {
-        host::SimulatorProcess(stalledSimulator(), {}, {10000, 100});
-        ADD_FAILURE() << "started";
-    } catch (const std::runtime_error& error) {
-        EXPECT_STREQ(error.what(), "stopped by a signal while waiting for the router simulator");
-    }
+    EXPECT_EQ(errorOf([this] {
+                  host::SimulatorProcess(stalledSimulator(), {}, {10000, 100});
+              }),
+              "stopped by a signal while waiting for the router simulator");
     signaller.join();
     EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(2));
     EXPECT_EQ(host::stopSignal(), SIGTERM);
