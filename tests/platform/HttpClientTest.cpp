@@ -79,9 +79,11 @@ protected:
             before = body.size();
             result = client.readMoreData(&connection, body, 204800);  // appends
         }
-        const char* ending = result == HttpClient::SUCCESS     ? "complete"
-                             : result == HttpClient::MORE_DATA ? "more"
-                                                               : "failure";
+        // The module takes a failure only as exactly 1: any other value is shown as it is.
+        const std::string ending = result == HttpClient::SUCCESS     ? "complete"
+                                   : result == HttpClient::MORE_DATA ? "more"
+                                   : result == HttpClient::FAILURE   ? "failure"
+                                                                     : "result " + std::to_string(result);
         return {{"result", ending},
                 {"status", std::to_string(status)},
                 {"length", std::to_string(totalLength)},
