@@ -18,7 +18,6 @@
 #include <fstream>
 #include <map>
 #include <memory>
-#include <regex>
 #include <thread>
 
 #include "HttpClient.h"
@@ -153,7 +152,7 @@ TEST_P(ReplyTest, EndsAsTheFileSays) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Replies, ReplyTest, ::testing::ValuesIn(replyfiles::replyNames(true)),
-                         [](const auto& info) { return std::regex_replace(info.param, std::regex("-"), "_"); });
+                         [](const auto& info) { return replyfiles::testNameOf(info.param); });
 
 // ---- behaviour beyond a single reply
 

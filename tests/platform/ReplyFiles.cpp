@@ -73,4 +73,9 @@ std::vector<std::string> replyNames(bool aboutSockets) {
     return names;
 }
 
+std::string testNameOf(std::string replyName) {
+    std::replace(replyName.begin(), replyName.end(), '-', '_');
+    return replyName;
+}
+
 }  // namespace replyfiles

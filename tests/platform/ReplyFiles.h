@@ -37,5 +37,7 @@ std::string decode(const std::string& text);
 ReplyFile readReplyFile(const std::string& name);
 // The file names without ".http", sorted; `aboutSockets` picks which of the two sets.
 std::vector<std::string> replyNames(bool aboutSockets);
+// A reply's name as a test name ("-" is not allowed there).
+std::string testNameOf(std::string replyName);
 
 }  // namespace replyfiles

@@ -7,8 +7,6 @@
 // file cuts. That no reading depends on how the bytes arrive is the response reader fuzzer's check.
 #include <gtest/gtest.h>
 
-#include <regex>
-
 #include "HttpMessage.h"
 #include "ReplyFiles.h"
 #include "ResponseReader.h"
@@ -83,6 +81,6 @@ TEST_P(ScriptedReplyTest, EndsAsTheFileSays) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Replies, ScriptedReplyTest, ::testing::ValuesIn(replyfiles::replyNames(false)),
-                         [](const auto& info) { return std::regex_replace(info.param, std::regex("-"), "_"); });
+                         [](const auto& info) { return replyfiles::testNameOf(info.param); });
 
 }  // namespace
