@@ -243,6 +243,20 @@ kill -KILL $! && wait $! 2>/dev/null
 for _ in $(seq 20); do kill -0 "$(cat "$WORK/held/sim.pid")" 2>/dev/null && sleep 0.1 || break; done
 check "demo killed: its simulator is gone" test -n "$(cat "$WORK/held/sim.pid")" -a ! -e "/proc/$(cat "$WORK/held/sim.pid")"
 
+# A stop signal while the demo waits for a simulator that says nothing ends the demo at once with
+# 128 + the signal, and the simulator with it.
+mkdir "$WORK/silent" && cp "$4" "$WORK/silent/fritzbox-xsi"
+printf '#!/bin/sh\necho $$ >"%s"\nexec sleep 60\n' "$WORK/silent/sim.pid" >"$WORK/silent/fritzbox-router-sim"
+chmod +x "$WORK/silent/fritzbox-router-sim"
+"${EMULATOR[@]}" "$WORK/silent/fritzbox-xsi" demo >"$WORK/silent/out" 2>&1 &
+for _ in $(seq 100); do [ -s "$WORK/silent/sim.pid" ] && break || sleep 0.1; done
+kill -TERM $!
+wait $!
+stopped=$?
+check "demo stopped while it waits: exit $stopped, 143 expected" test $stopped = 143
+check "demo stopped while it waits: says so" grep -q 'stopped by a signal while waiting' "$WORK/silent/out"
+check "demo stopped while it waits: its simulator is gone" test ! -e "/proc/$(cat "$WORK/silent/sim.pid")"
+
 # Without a writable picture directory the demo stores no picture and says so.
 if unshare -m true 2>/dev/null; then
     expect 1 'could not write /data/images/fritzbox/' unshare -m sh -c \

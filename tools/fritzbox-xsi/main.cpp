@@ -110,6 +110,12 @@ void applyCommonOptions(const CommonOptions& common) {
     }
 }
 
+// Says what ended the program, on stderr, and gives `status`.
+int reported(const std::exception& error, int status) {
+    std::cerr << "fritzbox-xsi: " << error.what() << '\n';
+    return status;
+}
+
 int exitStatusOf(const host::SyncReport& report) {
     switch (report.outcome) {
         case host::SyncOutcome::Changed:
@@ -232,24 +238,22 @@ int main(int argc, char** argv) {
         return kExitUsage;
     }
 
+    int status = kExitDemoFailed;
     try {
         host::installStopSignals();
-        const int status =
-            syncCommand->parsed()
-                ? runSync(common, sync)
-                : (host::runDemo(demo, parseModel(demo.model), std::cout) ? kExitChanged : kExitUnchanged);
-        return host::stopSignal() != 0 ? kExitSignalBase + host::stopSignal() : status;
+        status = syncCommand->parsed()
+                     ? runSync(common, sync)
+                     : (host::runDemo(demo, parseModel(demo.model), std::cout) ? kExitDemoPassed : kExitDemoFailed);
     } catch (const UsageError& error) {
-        std::cerr << "fritzbox-xsi: " << error.what() << '\n';
-        return kExitUsage;
+        status = reported(error, kExitUsage);
     } catch (const host::TokenFileError& error) {
-        std::cerr << "fritzbox-xsi: " << error.what() << '\n';
-        return kExitTokenFile;
+        status = reported(error, kExitTokenFile);
     } catch (const host::OutputError& error) {
-        std::cerr << "fritzbox-xsi: " << error.what() << '\n';
-        return kExitOutput;
+        status = reported(error, kExitOutput);
     } catch (const std::exception& error) {
-        std::cerr << "fritzbox-xsi: " << error.what() << '\n';
-        return syncCommand->parsed() ? kExitRouterFailed : kExitDemoFailed;
+        status = reported(error, syncCommand->parsed() ? kExitRouterFailed : kExitDemoFailed);
     }
+    // A stop signal decides the status, also when the work it cut short ended in an error (the demo
+    // waiting for its simulator, say).
+    return host::stopSignal() != 0 ? kExitSignalBase + host::stopSignal() : status;
 }
