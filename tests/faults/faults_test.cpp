@@ -12,7 +12,6 @@
 #include <fiu-control.h>
 #include <fiu.h>
 #include <gtest/gtest.h>
-#include <pthread.h>
 #include <signal.h>
 #include <unistd.h>
 
@@ -210,22 +209,23 @@ INSTANTIATE_TEST_SUITE_P(Calls, TransportFaults,
 
 class ChildFaults : public Faults {
 protected:
-    // A stand-in for the simulator that says where it listens, writes its pid and then waits.
-    std::string fakeSimulator() {
-        const std::string program = std::string(FAULTS_SCRATCH) + "/fake-simulator";
-        std::ofstream(program) << "#!/bin/sh\necho $$ > " << pidFile() << "\necho 'listening on 127.0.0.1:1'\n"
-                               << "exec sleep 60\n";
+    // An executable shell script in the scratch directory.
+    static std::string script(const std::string& name, const std::string& body) {
+        const std::string program = std::string(FAULTS_SCRATCH) + "/" + name;
+        std::ofstream(program) << "#!/bin/sh\n" << body;
         std::filesystem::permissions(program, std::filesystem::perms::owner_all);
         return program;
+    }
+    // A stand-in for the simulator that says where it listens, writes its pid and then waits.
+    std::string fakeSimulator() {
+        return script("fake-simulator",
+                      "echo $$ > " + pidFile() + "\necho 'listening on 127.0.0.1:1'\nexec sleep 60\n");
     }
     // One that blocks SIGTERM and SIGINT and never says where it listens, as a simulator stuck
     // loading its data does.
     std::string stalledSimulator() {
-        const std::string program = std::string(FAULTS_SCRATCH) + "/stalled-simulator";
-        std::ofstream(program) << "#!/bin/sh\ntrap '' TERM INT\necho $$ > " << pidFile() << "\nexec sleep 60\n";
-        std::filesystem::permissions(program, std::filesystem::perms::owner_all);
         std::filesystem::remove(pidFile());
-        return program;
+        return script("stalled-simulator", "trap '' TERM INT\necho $$ > " + pidFile() + "\nexec sleep 60\n");
     }
     std::string pidFile() const { return std::string(FAULTS_SCRATCH) + "/fake-simulator.pid"; }
     // Waits a little for the child's end: it is reaped by then, but the pid file may be new.
@@ -247,10 +247,8 @@ TEST_F(ChildFaults, AChildThatCannotStartOrSaysSomethingElseIsAnError) {
         const Fault fault("posix/proc/fork", 1, EAGAIN);
         EXPECT_THROW(host::SimulatorProcess(fakeSimulator(), {}), std::runtime_error);
     }
-    const std::string program = std::string(FAULTS_SCRATCH) + "/talking-simulator";
-    std::ofstream(program) << "#!/bin/sh\necho 'hello there'\nexec sleep 60\n";
-    std::filesystem::permissions(program, std::filesystem::perms::owner_all);
-    EXPECT_THROW(host::SimulatorProcess(program, {}), std::runtime_error);
+    EXPECT_THROW(host::SimulatorProcess(script("talking-simulator", "echo 'hello there'\nexec sleep 60\n"), {}),
+                 std::runtime_error);
 }
 
 TEST_F(ChildFaults, AFailedReadOfTheChildsOutputEndsTheStartInsteadOfSpinning) {
@@ -289,12 +287,11 @@ TEST_F(ChildFaults, AStalledSimulatorFailsTheStartAndIsKilled) {
 // A simulator that ends on SIGTERM is given the time to end its own way, and is not waited for
 // longer than it takes.
 TEST_F(ChildFaults, ASimulatorThatEndsOnSigtermEndsItsOwnWay) {
-    const std::string program = std::string(FAULTS_SCRATCH) + "/ending-simulator";
     const std::string ended = std::string(FAULTS_SCRATCH) + "/ending-simulator.ended";
     std::filesystem::remove(ended);
-    std::ofstream(program) << "#!/bin/sh\ntrap 'kill $child; echo ended > " << ended << "; exit 0' TERM\n"
-                           << "echo 'listening on 127.0.0.1:1'\nsleep 60 & child=$!\nwait\n";
-    std::filesystem::permissions(program, std::filesystem::perms::owner_all);
+    const std::string program = script("ending-simulator", "trap 'kill $child; echo ended > " + ended +
+                                                               "; exit 0' TERM\necho 'listening on 127.0.0.1:1'\n"
+                                                               "sleep 60 & child=$!\nwait\n");
     const auto started = std::chrono::steady_clock::now();
     std::optional<host::SimulatorProcess> simulator(std::in_place, program, std::vector<std::string>{},
                                                     host::SimulatorBounds{10000, 5000});
@@ -307,26 +304,6 @@ TEST_F(ChildFaults, ASimulatorThatEndsOnSigtermEndsItsOwnWay) {
 TEST_F(Faults, SignalHandlingThatCannotBeSetUpIsAnError) {
     const Fault fault("posix/proc/sigaction", 1, EINVAL);
     EXPECT_EQ(errorOf(host::installStopSignals), "cannot set up signal handling (sigaction): Invalid argument");
-}
-
-// A stop signal while the start waits ends the wait at once (the default bound is 10 s). Last in
-// this program: the signal stays noted.
-TEST_F(ChildFaults, AStopSignalEndsTheWaitForTheSimulator) {
-    host::installStopSignals();
-    const pthread_t waiting = ::pthread_self();
-    std::thread signaller([waiting] {
-        std::this_thread::sleep_for(std::chrono::milliseconds(200));
-        ::pthread_kill(waiting, SIGTERM);
-    });
-    const auto started = std::chrono::steady_clock::now();
-    EXPECT_EQ(errorOf([this] {
-                  host::SimulatorProcess(stalledSimulator(), {}, {10000, 100});
-              }),
-              "stopped by a signal while waiting for the router simulator");
-    signaller.join();
-    EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(2));
-    EXPECT_EQ(host::stopSignal(), SIGTERM);
-    EXPECT_TRUE(childGoneSoon());
 }
 
 }  // namespace

@@ -11,7 +11,7 @@
 set -uo pipefail
 
 SCHEMA=$1 PUBLISHED=$2 SIM=$3 EMULATOR=("${@:5}")
-HOST=("${EMULATOR[@]}" "$4") PICTURES=/data/images/fritzbox PASSWORD='sImUl-Pass#1' WORK=$(mktemp -d)
+HOST_PROGRAM=$4 HOST=("${EMULATOR[@]}" "$4") PICTURES=/data/images/fritzbox PASSWORD='sImUl-Pass#1' WORK=$(mktemp -d)
 OUT=$WORK/out ERR=$WORK/err SIM_PIDS=() CHECKS=0 FAILED=0
 
 stop_simulators() { for pid in "${SIM_PIDS[@]}"; do kill "$pid" && wait "$pid"; done 2>/dev/null; SIM_PIDS=(); }
@@ -227,16 +227,19 @@ done
 # The demo runs the fritzbox-router-sim program found beside its own executable (a copy here, so
 # an ARM host finds the native simulator), with the sample data found from the simulator's place;
 # a data directory the simulator cannot read ends the demo with status 1.
-mkdir "$WORK/bin" && cp "$4" "$WORK/bin/fritzbox-xsi" && ln -s "$(readlink -f "$SIM")" "$WORK/bin/fritzbox-router-sim"
+mkdir "$WORK/bin" && cp "$HOST_PROGRAM" "$WORK/bin/fritzbox-xsi" && ln -s "$(readlink -f "$SIM")" "$WORK/bin/fritzbox-router-sim"
 expect 0 '^Demo finished as expected' "${EMULATOR[@]}" "$WORK/bin/fritzbox-xsi" demo
 check "demo: every picture the directory names was on disk" \
     grep -qE '^([1-9][0-9]*) contact picture\(s\) named in the directory, \1 of them on disk' "$OUT"
 expect 1 'ended before it listened' "${EMULATOR[@]}" "$WORK/bin/fritzbox-xsi" demo --data "$WORK/missing"
+# demo_beside NAME SCRIPT: a copy of the host in $WORK/NAME, with SCRIPT as the simulator beside it.
+demo_beside() {
+    mkdir "$WORK/$1" && cp "$HOST_PROGRAM" "$WORK/$1/fritzbox-xsi"
+    printf '#!/bin/sh\n%s\n' "$2" >"$WORK/$1/fritzbox-router-sim" && chmod +x "$WORK/$1/fritzbox-router-sim"
+}
 # A demo killed outright (SIGKILL, no handler runs) takes its simulator with it: here a simulator
 # whose answers are held back, so that the demo is still syncing when it is killed.
-mkdir "$WORK/held" && cp "$4" "$WORK/held/fritzbox-xsi"
-printf '#!/bin/sh\necho $$ >"%s"\nexec "%s" "$@" --delay-ms 60000\n' "$WORK/held/sim.pid" "$(readlink -f "$SIM")" \
-    >"$WORK/held/fritzbox-router-sim" && chmod +x "$WORK/held/fritzbox-router-sim"
+demo_beside held "echo \$\$ >'$WORK/held/sim.pid'; exec '$(readlink -f "$SIM")' \"\$@\" --delay-ms 60000"
 "${EMULATOR[@]}" "$WORK/held/fritzbox-xsi" demo >"$WORK/held/out" 2>&1 &
 for _ in $(seq 100); do grep -q '^Router simulator' "$WORK/held/out" && break || sleep 0.1; done
 kill -KILL $! && wait $! 2>/dev/null
@@ -245,9 +248,7 @@ check "demo killed: its simulator is gone" test -n "$(cat "$WORK/held/sim.pid")"
 
 # A stop signal while the demo waits for a simulator that says nothing ends the demo at once with
 # 128 + the signal, and the simulator with it.
-mkdir "$WORK/silent" && cp "$4" "$WORK/silent/fritzbox-xsi"
-printf '#!/bin/sh\necho $$ >"%s"\nexec sleep 60\n' "$WORK/silent/sim.pid" >"$WORK/silent/fritzbox-router-sim"
-chmod +x "$WORK/silent/fritzbox-router-sim"
+demo_beside silent "echo \$\$ >'$WORK/silent/sim.pid'; exec sleep 60"
 "${EMULATOR[@]}" "$WORK/silent/fritzbox-xsi" demo >"$WORK/silent/out" 2>&1 &
 for _ in $(seq 100); do [ -s "$WORK/silent/sim.pid" ] && break || sleep 0.1; done
 kill -TERM $!
@@ -265,9 +266,7 @@ fi
 # A router that refuses the call list, the export and the photos fails both syncs, and the demo
 # says so although the syncs with unchanged data and the pictures went as they should (the data
 # named this time: the sample's own directory).
-mkdir "$WORK/refusing" && cp "$4" "$WORK/refusing/fritzbox-xsi"
-printf '#!/bin/sh\nexec "%s" "$@" --force-status 500\n' "$(readlink -f "$SIM")" >"$WORK/refusing/fritzbox-router-sim"
-chmod +x "$WORK/refusing/fritzbox-router-sim"
+demo_beside refusing "exec '$(readlink -f "$SIM")' \"\$@\" --force-status 500"
 expect 1 '^Demo did NOT go as expected' "${EMULATOR[@]}" "$WORK/refusing/fritzbox-xsi" demo \
     --data "$(dirname "$0")/../../data/sample-router"
 check "demo: the data directory named" grep -q "serving $(dirname "$0")/../../data/sample-router$" "$OUT"

@@ -187,6 +187,23 @@ void addCommonOptions(CLI::App& command, CommonOptions& common) {
 
 }  // namespace
 
+// Runs the parsed command; an error is said on stderr and gives its exit status.
+int runCommand(bool syncing, const CommonOptions& common, const SyncOptions& sync, const host::DemoOptions& demo) {
+    try {
+        host::installStopSignals();
+        return syncing ? runSync(common, sync)
+                       : (host::runDemo(demo, parseModel(demo.model), std::cout) ? kExitDemoPassed : kExitDemoFailed);
+    } catch (const UsageError& error) {
+        return reported(error, kExitUsage);
+    } catch (const host::TokenFileError& error) {
+        return reported(error, kExitTokenFile);
+    } catch (const host::OutputError& error) {
+        return reported(error, kExitOutput);
+    } catch (const std::exception& error) {
+        return reported(error, syncing ? kExitRouterFailed : kExitDemoFailed);
+    }
+}
+
 int main(int argc, char** argv) {
     CLI::App app{
         "Loads call logs and the personal directory from a FritzBox router through the phone module "
@@ -238,21 +255,7 @@ int main(int argc, char** argv) {
         return kExitUsage;
     }
 
-    int status = kExitDemoFailed;
-    try {
-        host::installStopSignals();
-        status = syncCommand->parsed()
-                     ? runSync(common, sync)
-                     : (host::runDemo(demo, parseModel(demo.model), std::cout) ? kExitDemoPassed : kExitDemoFailed);
-    } catch (const UsageError& error) {
-        status = reported(error, kExitUsage);
-    } catch (const host::TokenFileError& error) {
-        status = reported(error, kExitTokenFile);
-    } catch (const host::OutputError& error) {
-        status = reported(error, kExitOutput);
-    } catch (const std::exception& error) {
-        status = reported(error, syncCommand->parsed() ? kExitRouterFailed : kExitDemoFailed);
-    }
+    const int status = runCommand(syncCommand->parsed(), common, sync, demo);
     // A stop signal decides the status, also when the work it cut short ended in an error (the demo
     // waiting for its simulator, say).
     return host::stopSignal() != 0 ? kExitSignalBase + host::stopSignal() : status;
